@@ -1,0 +1,103 @@
+#!/usr/bin/env python3
+"""Runs vexo-bench on a directory of documents and prints a table for each operation.
+
+Every cell is a median: nanoseconds for one value of a document (for one element, key or insertion
+in the tables of containers), then the ratio of this library's time to each peer's (below 1: this
+library is faster). "bytes" is the live heap for one value after parsing. Every document has a
+process of its own, in which the repetitions of all benchmarks alternate, so that a slow minute of
+the machine does not fall on one library alone.
+"""
+import argparse
+import json
+import os
+import pathlib
+import shutil
+import subprocess
+import sys
+
+OURS = "vexo"
+LIBRARIES = [OURS, "nlohmann", "boost", "rapidjson", "msgpack"]
+OPERATIONS = ["parse", "write", "copy", "compare", "release", "encode", "decode", "bytes",
+              "lookup", "insert", "append", "iterate"]
+
+
+def benchmark(options, document):
+    """What one process reports, for one document or, without, for the containers."""
+    command = [options.binary, "--benchmark_format=json", "--benchmark_report_aggregates_only=true",
+               "--benchmark_enable_random_interleaving=true",
+               f"--benchmark_repetitions={options.repetitions}",
+               f"--benchmark_min_time={options.min_time}", f"--benchmark_filter={options.filter}"]
+    if document:
+        command.append(document)
+    if shutil.which("taskset"):
+        cores = sorted(os.sched_getaffinity(0))
+        command = ["taskset", "-c", str(cores[-1]), *command]
+    result = subprocess.run(command, stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True, check=False)
+    if result.returncode != 0:
+        sys.exit(f"{document or 'containers'}: {result.stderr.strip()}")
+    return json.loads(result.stdout or '{"benchmarks": []}')["benchmarks"]  # the filter may fit none
+
+
+def collect(figures, runs):
+    for run in runs:
+        if run.get("error_occurred"):
+            sys.exit(f"{run['name']}: {run.get('error_message')}")
+        if run.get("aggregate_name", "median") != "median":
+            continue
+        operation, subject, library = run["run_name"].split("/")[:3]
+        add(figures, operation, subject, library, run["each"] * 1e9)
+        if "bytes" in run:
+            add(figures, "bytes", subject, library, run["bytes"])
+
+
+def add(figures, operation, subject, library, figure):
+    figures.setdefault(operation, {}).setdefault(subject, {})[library] = round(figure, 3)
+
+
+def table(operation, rows):
+    """One operation: a row for each subject, the libraries' figures, then ours by theirs."""
+    libraries = [library for library in LIBRARIES if any(library in row for row in rows.values())]
+    peers = [library for library in libraries if library != OURS]
+
+    def line(subject, row):
+        cells = [f"{row[name]:10.1f}" if name in row else " " * 9 + "-" for name in libraries]
+        cells += [f"{row[OURS] / row[name]:11.2f}" if name in row and OURS in row else " " * 10 + "-"
+                  for name in peers]
+        return f"{subject:13}" + "".join(cells)
+
+    unit = "of live heap for one value" if operation == "bytes" else "ns"
+    head = "".join(f"{name:>10}" for name in libraries) + "".join(f"{'/' + name:>11}" for name in peers)
+    lines = [f"{operation} ({unit})", " " * 13 + head]
+    return "\n".join(lines + [line(subject, row) for subject, row in rows.items()])
+
+
+def arguments():
+    parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
+    parser.add_argument("binary")
+    parser.add_argument("data", type=pathlib.Path, help="directory with the documents")
+    parser.add_argument("--repetitions", type=int, default=5)
+    parser.add_argument("--min-time", type=float, default=0.2, help="seconds for one repetition")
+    parser.add_argument("--quick", action="store_true", help="two short repetitions")
+    parser.add_argument("--filter", default=".", help="regular expression of benchmarks to run")
+    parser.add_argument("--out", type=pathlib.Path, help="write all figures to this file as JSON")
+    options = parser.parse_args()
+    if options.quick:
+        options.repetitions, options.min_time = 2, 0.05
+    return options
+
+
+def main():
+    options = arguments()
+    figures = {}
+    sizes = {path.stem: path.stat().st_size for path in options.data.glob("*.json")}
+    for name in [*sizes, None]:
+        collect(figures, benchmark(options, name and str(options.data / f"{name}.json")))
+    for operation in filter(figures.get, OPERATIONS):
+        rows = sorted(figures[operation].items(), key=lambda row: sizes.get(row[0]) or int(row[0]))
+        print(table(operation, dict(rows)) + "\n")
+    if options.out:
+        options.out.write_text(json.dumps(figures, indent=1) + "\n")
+
+
+if __name__ == "__main__":
+    main()

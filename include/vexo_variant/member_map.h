@@ -1,0 +1,560 @@
+// The ordered container of a map's members.
+#ifndef VEXO_VARIANT_MEMBER_MAP_H
+#define VEXO_VARIANT_MEMBER_MAP_H
+
+#include <cstddef>
+#include <cstdint>
+#include <initializer_list>
+#include <iterator>
+#include <limits>
+#include <memory>
+#include <new>
+#include <stdexcept>
+#include <tuple>
+#include <type_traits>
+#include <utility>
+#include <vector>
+
+#include "vexo_variant/ordered_index.h"
+
+namespace vexo::variant {
+
+/// An ordered map with the interface and the promises of `std::map`, made for members that mostly
+/// arrive in key order: keys are unique, iteration is ascending, and elements never move, so that
+/// references and iterators stay valid until their own element is erased.
+///
+/// - As long as members arrive in ascending order the map is *positional*: elements lie in key
+///   order in one block, or in blocks of doubling size, and nothing else is stored. Integer keys
+///   without gaps are found by position, all others by binary search.
+/// - The first member that arrives out of order, or is erased from anywhere but the end, gives the
+///   map an index (OrderedIndex) and a chain through its elements in key order; slots of erased
+///   elements are used again. A map that has become empty is positional again.
+///
+/// Lookup, insertion and removal are logarithmic at worst, whatever the keys; appending and
+/// stepping an iterator take constant time. Insertion has the strong guarantee: when memory runs
+/// out it throws `std::bad_alloc` and the map is as before. Erasing from the middle of a positional
+/// map builds the index, so it too can throw `std::bad_alloc`, without having changed anything.
+///
+/// Differences from `std::map`: the key order is fixed (KeyOrder), there is no allocator, node
+/// handles do not exist, and iterators belong to the map object: moving or swapping maps makes
+/// them invalid, while references stay valid.
+template <class Key, class T>
+class MemberMap {
+  template <bool kConst>
+  class Iterator;
+
+ public:
+  using key_type = Key;
+  using mapped_type = T;
+  using value_type = std::pair<const Key, T>;
+  using size_type = std::size_t;
+  using difference_type = std::ptrdiff_t;
+  using reference = value_type&;
+  using const_reference = const value_type&;
+  using pointer = value_type*;
+  using const_pointer = const value_type*;
+  using iterator = Iterator<false>;
+  using const_iterator = Iterator<true>;
+  using reverse_iterator = std::reverse_iterator<iterator>;
+  using const_reverse_iterator = std::reverse_iterator<const_iterator>;
+  /// What lookups take: `std::int64_t`, or `std::string_view` for string keys.
+  using View = typename KeyOrder<Key>::View;
+
+  MemberMap() noexcept = default;
+  MemberMap(const MemberMap& other) : MemberMap() {
+    reserve(other.size());
+    for (const value_type& element : other) append(element.first, element.second);
+  }
+  MemberMap(MemberMap&& other) noexcept : root_(std::exchange(other.root_, nullptr)) {}
+  MemberMap& operator=(const MemberMap& other) {
+    if (this != &other) MemberMap(other).swap(*this);
+    return *this;
+  }
+  MemberMap& operator=(MemberMap&& other) noexcept {
+    MemberMap(std::move(other)).swap(*this);
+    return *this;
+  }
+  ~MemberMap() { clear(); }
+
+  void swap(MemberMap& other) noexcept { std::swap(root_, other.root_); }
+  friend void swap(MemberMap& a, MemberMap& b) noexcept { a.swap(b); }
+
+  bool empty() const noexcept { return root_ == nullptr || root_->size == 0; }
+  size_type size() const noexcept { return root_ == nullptr ? 0 : root_->size; }
+  static constexpr size_type max_size() noexcept { return kMaxSize; }
+
+  iterator begin() noexcept { return {this, first()}; }
+  iterator end() noexcept { return {this, nullptr}; }
+  const_iterator begin() const noexcept { return {this, first()}; }
+  const_iterator end() const noexcept { return {this, nullptr}; }
+  const_iterator cbegin() const noexcept { return begin(); }
+  const_iterator cend() const noexcept { return end(); }
+  reverse_iterator rbegin() noexcept { return reverse_iterator(end()); }
+  reverse_iterator rend() noexcept { return reverse_iterator(begin()); }
+  const_reverse_iterator rbegin() const noexcept { return const_reverse_iterator(end()); }
+  const_reverse_iterator rend() const noexcept { return const_reverse_iterator(begin()); }
+  const_reverse_iterator crbegin() const noexcept { return rbegin(); }
+  const_reverse_iterator crend() const noexcept { return rend(); }
+
+  iterator find(View key) noexcept { return {this, exact(key)}; }
+  const_iterator find(View key) const noexcept { return {this, exact(key)}; }
+  size_type count(View key) const noexcept { return exact(key) != nullptr ? 1 : 0; }
+  bool contains(View key) const noexcept { return exact(key) != nullptr; }
+  iterator lower_bound(View key) noexcept { return {this, lower(key)}; }
+  const_iterator lower_bound(View key) const noexcept { return {this, lower(key)}; }
+  iterator upper_bound(View key) noexcept { return {this, after(floor(key))}; }
+  const_iterator upper_bound(View key) const noexcept { return {this, after(floor(key))}; }
+  std::pair<iterator, iterator> equal_range(View key) noexcept {
+    return {lower_bound(key), upper_bound(key)};
+  }
+  std::pair<const_iterator, const_iterator> equal_range(View key) const noexcept {
+    return {lower_bound(key), upper_bound(key)};
+  }
+
+  /// Throws `std::out_of_range` when there is no such member.
+  T& at(View key) { return existing(key).second; }
+  const T& at(View key) const { return existing(key).second; }
+  template <class K>
+  T& operator[](K&& key) {
+    return try_emplace(std::forward<K>(key)).first->second;
+  }
+
+  /// Makes a member from `args` unless the key is there; `key` may be anything that a View and a
+  /// Key can be made from, and may refer to a part of the map itself.
+  template <class K, class... Args>
+  std::pair<iterator, bool> try_emplace(K&& key, Args&&... args) {
+    value_type* const below = floor(View(key));
+    if (below != nullptr && View(below->first) == View(key)) return {iterator(this, below), false};
+    value_type* const element =
+        insertAfter(below, std::forward<K>(key), std::forward<Args>(args)...);
+    return {iterator(this, element), true};
+  }
+  template <class K, class... Args>
+  std::pair<iterator, bool> emplace(K&& key, Args&&... args) {
+    return try_emplace(std::forward<K>(key), std::forward<Args>(args)...);
+  }
+  /// The hint is not needed for speed: a member beyond the last one is always appended at once.
+  template <class K, class... Args>
+  iterator emplace_hint(const_iterator, K&& key, Args&&... args) {
+    return try_emplace(std::forward<K>(key), std::forward<Args>(args)...).first;
+  }
+  template <class K, class Value>
+  std::pair<iterator, bool> insert_or_assign(K&& key, Value&& value) {
+    auto result = try_emplace(std::forward<K>(key), std::forward<Value>(value));
+    if (!result.second) result.first->second = std::forward<Value>(value);
+    return result;
+  }
+  std::pair<iterator, bool> insert(const value_type& element) {
+    return try_emplace(element.first, element.second);
+  }
+  std::pair<iterator, bool> insert(value_type&& element) {
+    return try_emplace(element.first, std::move(element.second));
+  }
+
+  /// Makes one block that holds exactly `count` elements, when the map is empty (otherwise does
+  /// nothing): with `append` the way to build a map of known size at once. A caller who has the
+  /// count from somebody else bounds it first.
+  void reserve(size_type count) {
+    if (root_ != nullptr || count == 0) return;
+    root_ = newBlock(checkedSize(count));
+  }
+
+  /// Adds a member whose key is above all others, which the caller knows. Constant time.
+  template <class K, class... Args>
+  T& append(K&& key, Args&&... args) {
+    if (root_ != nullptr && root_->size < root_->capacity) {
+      value_type* slot = elementsOf(root_) + root_->size;
+      construct(slot, std::forward<K>(key), std::forward<Args>(args)...);
+      ++root_->size;
+      return slot->second;
+    }
+    return insertAfter(last(), std::forward<K>(key), std::forward<Args>(args)...)->second;
+  }
+
+  /// Returns the iterator behind the erased element.
+  iterator erase(const_iterator position) {
+    value_type* const next = after(position.element_);
+    remove(position.element_);
+    return {this, next};
+  }
+  iterator erase(iterator position) { return erase(const_iterator(position)); }
+  iterator erase(const_iterator begin, const_iterator end) {
+    while (begin != end) begin = erase(begin);
+    return {this, begin.element_};
+  }
+  size_type erase(View key) {
+    value_type* const element = exact(key);
+    if (element == nullptr) return 0;
+    remove(element);
+    return 1;
+  }
+
+  /// Destroys all members and returns all memory.
+  void clear() noexcept {
+    if (root_ == nullptr) return;
+    for (value_type* element = first(); element != nullptr;) {
+      value_type* const next = after(element);
+      element->~value_type();
+      element = next;
+    }
+    if (spread()) {
+      const Spread* all = asSpread();
+      for (const Block& block : all->blocks) ::operator delete(headerOf(block.first));
+      delete all;
+    } else {
+      ::operator delete(root_);
+    }
+    root_ = nullptr;
+  }
+
+ private:
+  static constexpr std::uint32_t kNone = std::numeric_limits<std::uint32_t>::max();
+  static constexpr std::uint32_t kMaxSize = std::uint32_t{1} << 30;
+
+  /// In front of every block of elements; a map in one block has no more than this. A capacity of
+  /// 0 tells that the header begins a Spread.
+  struct Header {
+    std::uint32_t size;
+    std::uint32_t capacity;
+  };
+
+  /// A run of slots that never moves. `start` is the position of its first slot: positions count
+  /// the slots of all blocks through, in the order of their making.
+  struct Block {
+    value_type* first;
+    std::uint32_t start;
+    std::uint32_t capacity;
+  };
+
+  /// The neighbours of a slot in key order, as positions; for a slot on the free list only `next`.
+  struct Link {
+    std::uint32_t previous;
+    std::uint32_t next;
+  };
+
+  /// A map that has outgrown its first block, or has an index. Slots from `used` on have never held
+  /// an element; while the index is empty, the slots below it are the elements in key order.
+  struct Spread : Header {
+    std::uint32_t used = 0;
+    std::uint32_t freeSlot = kNone;
+    std::uint32_t firstSlot = kNone;  // with an index: the ends of the chain
+    std::uint32_t lastSlot = kNone;
+    std::vector<Block> blocks;
+    std::vector<Link> links;  // with an index: one for every slot of all blocks
+    OrderedIndex<Key, value_type> index;
+
+    bool indexed() const noexcept { return !index.empty(); }
+    std::uint32_t capacityOfBlocks() const noexcept {
+      return blocks.back().start + blocks.back().capacity;
+    }
+    value_type* at(std::uint32_t position) const noexcept {
+      std::size_t i = blocks.size() - 1;  // most slots are in the last blocks
+      while (position < blocks[i].start) --i;
+      return blocks[i].first + (position - blocks[i].start);
+    }
+    std::uint32_t positionOf(const value_type* element) const noexcept {
+      for (std::size_t i = blocks.size();;) {
+        const Block& block = blocks[--i];
+        const std::uintptr_t offset = reinterpret_cast<std::uintptr_t>(element) -
+                                      reinterpret_cast<std::uintptr_t>(block.first);
+        if (offset < block.capacity * sizeof(value_type) || i == 0) {
+          return block.start + static_cast<std::uint32_t>(offset / sizeof(value_type));
+        }
+      }
+    }
+    value_type* atOrNull(std::uint32_t position) const noexcept {
+      return position == kNone ? nullptr : at(position);
+    }
+  };
+
+  template <bool kConst>
+  class Iterator {
+   public:
+    using iterator_category = std::bidirectional_iterator_tag;
+    using value_type = typename MemberMap::value_type;
+    using difference_type = std::ptrdiff_t;
+    using reference = std::conditional_t<kConst, const value_type&, value_type&>;
+    using pointer = std::conditional_t<kConst, const value_type*, value_type*>;
+
+    Iterator() noexcept = default;
+    template <bool kOther, class = std::enable_if_t<kConst && !kOther>>
+    Iterator(const Iterator<kOther>& other) noexcept : map_(other.map_), element_(other.element_) {}
+
+    reference operator*() const noexcept { return *element_; }
+    pointer operator->() const noexcept { return element_; }
+    Iterator& operator++() noexcept {
+      element_ = map_->after(element_);
+      return *this;
+    }
+    Iterator operator++(int) noexcept {
+      Iterator old = *this;
+      ++*this;
+      return old;
+    }
+    Iterator& operator--() noexcept {
+      element_ = element_ == nullptr ? map_->last() : map_->before(element_);
+      return *this;
+    }
+    Iterator operator--(int) noexcept {
+      Iterator old = *this;
+      --*this;
+      return old;
+    }
+    friend bool operator==(const Iterator& a, const Iterator& b) noexcept {
+      return a.element_ == b.element_;
+    }
+    friend bool operator!=(const Iterator& a, const Iterator& b) noexcept { return !(a == b); }
+
+   private:
+    friend class MemberMap;
+    template <bool>
+    friend class Iterator;
+    Iterator(const MemberMap* map, value_type* element) noexcept : map_(map), element_(element) {}
+
+    const MemberMap* map_ = nullptr;
+    value_type* element_ = nullptr;  // null at the end
+  };
+
+  // --- Storage -----------------------------------------------------------------------------------
+
+  static value_type* elementsOf(Header* header) noexcept {
+    return reinterpret_cast<value_type*>(header + 1);
+  }
+  static Header* headerOf(value_type* first) noexcept {
+    return reinterpret_cast<Header*>(first) - 1;
+  }
+
+  /// As many as fit into 120 bytes: the blocks that common allocators serve fastest.
+  static constexpr std::uint32_t firstCapacity() noexcept {
+    return sizeof(value_type) > 56 ? 1 : (120 - sizeof(Header)) / sizeof(value_type);
+  }
+
+  static std::uint32_t checkedSize(size_type count) {
+    if (count > kMaxSize) throw std::length_error("MemberMap");
+    return static_cast<std::uint32_t>(count);
+  }
+
+  static Header* newBlock(std::uint32_t capacity) {
+    static_assert(sizeof(Header) % alignof(value_type) == 0, "elements follow without a gap");
+    if (capacity > std::numeric_limits<size_type>::max() / 2 / sizeof(value_type)) {
+      throw std::bad_alloc();
+    }
+    return ::new (::operator new(sizeof(Header) + capacity * sizeof(value_type)))
+        Header{0, capacity};
+  }
+
+  template <class K, class... Args>
+  static void construct(value_type* slot, K&& key, Args&&... args) {
+    ::new (static_cast<void*>(slot))
+        value_type(std::piecewise_construct, std::forward_as_tuple(std::forward<K>(key)),
+                   std::forward_as_tuple(std::forward<Args>(args)...));
+  }
+
+  bool spread() const noexcept { return root_->capacity == 0; }
+  Spread* asSpread() const noexcept { return static_cast<Spread*>(root_); }
+  bool indexed() const noexcept { return spread() && asSpread()->indexed(); }
+
+  /// Turns the one block of a map into the first block of a Spread.
+  Spread& makeSpread() {
+    if (!spread()) {
+      auto all = std::make_unique<Spread>();
+      all->size = all->used = root_->size;
+      all->blocks.push_back({elementsOf(root_), 0, root_->capacity});
+      root_ = all.release();
+    }
+    return *asSpread();
+  }
+
+  /// Adds a block, as large as all the others together, when every slot is taken.
+  static void makeRoom(Spread& all) {
+    if (all.freeSlot != kNone || all.used < all.capacityOfBlocks()) return;
+    const std::uint32_t capacity = all.capacityOfBlocks();
+    checkedSize(size_type{capacity} + 1);
+    if (all.indexed()) all.links.resize(size_type{capacity} * 2);
+    all.blocks.reserve(all.blocks.size() + 1);
+    all.blocks.push_back({elementsOf(newBlock(capacity)), capacity, capacity});
+  }
+
+  // --- Order -------------------------------------------------------------------------------------
+
+  value_type* first() const noexcept {
+    if (root_ == nullptr || root_->size == 0) return nullptr;
+    if (!spread()) return elementsOf(root_);
+    const Spread& all = *asSpread();
+    return all.indexed() ? all.at(all.firstSlot) : all.blocks.front().first;
+  }
+
+  value_type* last() const noexcept {
+    if (root_ == nullptr || root_->size == 0) return nullptr;
+    if (!spread()) return elementsOf(root_) + (root_->size - 1);
+    const Spread& all = *asSpread();
+    return all.at(all.indexed() ? all.lastSlot : all.used - 1);
+  }
+
+  /// The next element in key order, or null; after null comes the first one.
+  value_type* after(const value_type* element) const noexcept {
+    if (element == nullptr) return first();
+    if (!spread()) {
+      const value_type* const next = element + 1;
+      return next == elementsOf(root_) + root_->size ? nullptr : const_cast<value_type*>(next);
+    }
+    const Spread& all = *asSpread();
+    const std::uint32_t position = all.positionOf(element);
+    if (all.indexed()) return all.atOrNull(all.links[position].next);
+    return position + 1 == all.used ? nullptr : all.at(position + 1);
+  }
+
+  value_type* before(const value_type* element) const noexcept {
+    if (!spread()) return const_cast<value_type*>(element - 1);
+    const Spread& all = *asSpread();
+    const std::uint32_t position = all.positionOf(element);
+    return all.indexed() ? all.atOrNull(all.links[position].previous) : all.at(position - 1);
+  }
+
+  // --- Search ------------------------------------------------------------------------------------
+
+  /// The last of `count` elements in key order whose key is not above `key`, or null.
+  static value_type* floorInRun(value_type* run, std::uint32_t count, View key) noexcept {
+    std::uint32_t above = count;  // elements from here on are above the key
+    std::uint32_t base = 0;       // elements before this one are not
+    if constexpr (std::is_integral_v<Key>) {
+      const std::uint64_t guess =
+          static_cast<std::uint64_t>(key) - static_cast<std::uint64_t>(run->first);
+      if (guess < count && run[guess].first == key) return run + guess;
+    }
+    while (base < above) {
+      const std::uint32_t middle = base + (above - base) / 2;
+      if (key < View(run[middle].first)) {
+        above = middle;
+      } else {
+        base = middle + 1;
+      }
+    }
+    return base == 0 ? nullptr : run + (base - 1);
+  }
+
+  /// The element with the greatest key that is not above `key`, or null.
+  value_type* floor(View key) const noexcept {
+    value_type* const highest = last();
+    if (highest == nullptr || !(key < View(highest->first))) return highest;
+    if (!spread()) return floorInRun(elementsOf(root_), root_->size, key);
+    const Spread& all = *asSpread();
+    if (all.indexed()) return all.index.floor(key);
+    std::size_t i = all.blocks.size() - 1;
+    while (i > 0 && (all.blocks[i].start >= all.used || key < View(all.blocks[i].first->first))) {
+      --i;
+    }
+    const Block& block = all.blocks[i];
+    return floorInRun(block.first, std::min(block.capacity, all.used - block.start), key);
+  }
+
+  value_type* exact(View key) const noexcept {
+    value_type* const below = floor(key);
+    return below != nullptr && View(below->first) == key ? below : nullptr;
+  }
+
+  value_type* lower(View key) const noexcept {
+    value_type* const below = floor(key);
+    return below != nullptr && View(below->first) == key ? below : after(below);
+  }
+
+  value_type& existing(View key) const {
+    value_type* const element = exact(key);
+    if (element == nullptr) throw std::out_of_range("MemberMap::at");
+    return *element;
+  }
+
+  // --- Change ------------------------------------------------------------------------------------
+
+  /// Adds an element behind `below` in key order (null: in front of all).
+  template <class K, class... Args>
+  value_type* insertAfter(value_type* below, K&& key, Args&&... args) {
+    if (root_ == nullptr) root_ = newBlock(firstCapacity());
+    const bool atEnd = below == last();
+    if (!spread() && atEnd && root_->size < root_->capacity) {
+      value_type* const slot = elementsOf(root_) + root_->size;
+      construct(slot, std::forward<K>(key), std::forward<Args>(args)...);
+      ++root_->size;
+      return slot;
+    }
+    Spread& all = makeSpread();
+    if (!atEnd) makeIndex(all);
+    makeRoom(all);
+    const bool reuse = all.freeSlot != kNone;
+    const std::uint32_t position = reuse ? all.freeSlot : all.used;
+    value_type* const slot = all.at(position);
+    construct(slot, std::forward<K>(key), std::forward<Args>(args)...);
+    if (all.indexed()) {
+      enterIndex(all, slot);
+      if (reuse) all.freeSlot = all.links[position].next;
+      chain(all, position, below == nullptr ? kNone : all.positionOf(below));
+    }
+    if (!reuse) ++all.used;
+    ++all.size;
+    return slot;
+  }
+
+  static void enterIndex(Spread& all, value_type* element) {
+    try {
+      all.index.insert(element);
+    } catch (...) {
+      element->~value_type();
+      throw;
+    }
+  }
+
+  /// Links a slot into the chain behind `previous` (kNone: as the first).
+  static void chain(Spread& all, std::uint32_t position, std::uint32_t previous) noexcept {
+    std::uint32_t& toHere = previous == kNone ? all.firstSlot : all.links[previous].next;
+    all.links[position] = {previous, toHere};
+    std::uint32_t& backHere = toHere == kNone ? all.lastSlot : all.links[toHere].previous;
+    toHere = backHere = position;
+  }
+
+  static void unchain(Spread& all, std::uint32_t position) noexcept {
+    const Link link = all.links[position];
+    (link.previous == kNone ? all.firstSlot : all.links[link.previous].next) = link.next;
+    (link.next == kNone ? all.lastSlot : all.links[link.next].previous) = link.previous;
+  }
+
+  /// Gives a positional map its index and its chain; when memory runs out it stays positional.
+  static void makeIndex(Spread& all) {
+    if (all.indexed()) return;
+    all.links.resize(all.capacityOfBlocks());
+    try {
+      for (std::uint32_t i = 0; i < all.used; ++i) {
+        all.index.insert(all.at(i));
+        all.links[i] = {i == 0 ? kNone : i - 1, i + 1 == all.used ? kNone : i + 1};
+      }
+    } catch (...) {
+      all.index.clear();
+      throw;
+    }
+    all.firstSlot = 0;
+    all.lastSlot = all.used - 1;
+  }
+
+  void remove(value_type* element) {
+    if (root_->size == 1) return clear();
+    if (!indexed() && element == last()) {
+      element->~value_type();
+      if (spread()) --asSpread()->used;
+      --root_->size;
+      return;
+    }
+    Spread& all = makeSpread();
+    makeIndex(all);
+    const std::uint32_t position = all.positionOf(element);
+    all.index.erase(View(element->first));
+    unchain(all, position);
+    all.links[position].next = std::exchange(all.freeSlot, position);
+    --all.size;
+    element->~value_type();
+  }
+
+  Header* root_ = nullptr;
+};
+
+}  // namespace vexo::variant
+
+#endif

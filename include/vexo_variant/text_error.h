@@ -1,0 +1,35 @@
+// Where and why a text could not be read: what the silent readers of Variant leave out.
+#ifndef VEXO_VARIANT_TEXT_ERROR_H
+#define VEXO_VARIANT_TEXT_ERROR_H
+
+#include <cstddef>
+#include <cstdint>
+
+#include "vexo_variant/variant.h"
+
+namespace vexo::variant {
+
+/// A place in a text. Lines end at line feeds; columns count characters (UTF-8 code points).
+struct TextPosition {
+  std::size_t offset = 0;    ///< in bytes, from 0
+  std::uint64_t line = 1;    ///< from 1
+  std::uint64_t column = 1;  ///< from 1
+};
+
+/// Why a text was refused, and where.
+struct TextError {
+  TextPosition position;
+  const char* reason = "";  ///< such as "expected ':' after member name"; a constant
+};
+
+/// The line and column of a byte offset in a text of `length` bytes. Linear in `offset`.
+VEXO_VARIANT_API TextPosition locateText(const char* data, std::size_t length, std::size_t offset);
+
+/// Does what `target.FromJSON(data, length)` does and returns the same; on -1 also fills `error`.
+/// Never logs.
+VEXO_VARIANT_API int readJsonText(const char* data, unsigned int length, Variant& target,
+                                  TextError& error);
+
+}  // namespace vexo::variant
+
+#endif

@@ -1,0 +1,571 @@
+// vexo::variant::Variant: one dynamically typed value, and trees of them, with BIN and JSON.
+//
+// Conventions that hold for every declaration below:
+// - A value owns everything below it. Copies are deep, moves hand the record over and leave null.
+// - A contract violation (an operation on a value of a type it does not accept) logs its message at
+//   level 3 through `logInternal` and ends the process through `forceCrash`; it never returns.
+//   Bad input is never a contract violation: readers report it by their result.
+// - `std::bad_alloc` passes through to the caller; nothing leaks then, and the value that was being
+//   changed is valid (null after a failed assignment).
+// - Any number of threads may read one tree; a thread that changes a tree must have it to itself.
+// - No operation's use of stack grows with the depth of a tree or of an input, and none depends on
+//   the locale.
+#ifndef VEXO_VARIANT_VARIANT_H
+#define VEXO_VARIANT_VARIANT_H
+
+#include <sys/time.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <type_traits>
+
+#include "vexo_variant/config.h"
+#include "vexo_variant/member_map.h"
+
+#define VEXO_VARIANT_API __attribute__((visibility("default")))
+
+namespace vexo::utils {
+class IOBuffer;
+}
+
+namespace vexo::variant {
+
+static_assert(sizeof(timeval) == VEXO_VARIANT_TIMEVAL_SIZE,
+              "this program and libvexo_variant disagree about the size of time_t");
+
+class Variant;
+struct VariantMap;
+struct VariantBuffer;
+
+/// The type of a value. The high nibble holds class bits: 0x8000 stored inside the value, 0x4000
+/// numeric, 0x2000 signed, 0x1000 stored in a record on the heap. BIN stores these codes.
+enum VariantType : std::uint16_t {
+  V_NULL = 0x8001,
+  V_BOOL = 0x8003,
+  V_INT8 = 0xE004,
+  V_INT16 = 0xE005,
+  V_INT32 = 0xE006,
+  V_INT64 = 0xE007,
+  V_UINT8 = 0xC008,
+  V_UINT16 = 0xC009,
+  V_UINT32 = 0xC00A,
+  V_UINT64 = 0xC00B,
+  V_DOUBLE = 0xE00C,
+  V_TIMESTAMP = 0x100D,
+  V_STRING = 0x100E,
+  V_BINARY = 0x100F,
+  V_MAP = 0x1010,
+  V_TYPED_MAP = 0x1011,
+  V_NUMERIC = 0x4000,  ///< a filter that matches every numeric type; no value has it
+  V_ANY = 0xFFFF,      ///< a filter that matches every type; no value has it
+};
+
+/// The integer-keyed members of a map, ascending by signed key.
+using NumericMembers = MemberMap<std::int64_t, Variant>;
+/// The string-keyed members of a map, ascending byte-wise.
+using StringMembers = MemberMap<std::string, Variant>;
+
+namespace detail {
+
+template <class T, class... Ts>
+inline constexpr bool kIsOneOf = (std::is_same_v<T, Ts> || ...);
+
+template <class T>
+inline constexpr bool kIsFixedWidth =
+    kIsOneOf<T, std::int8_t, std::int16_t, std::int32_t, std::int64_t, std::uint8_t, std::uint16_t,
+             std::uint32_t, std::uint64_t>;
+
+template <class T>
+inline constexpr bool kIsNumber = std::is_arithmetic_v<T> && !std::is_same_v<T, bool> &&
+                                  (std::is_floating_point_v<T> || sizeof(T) <= 8);
+
+/// The arithmetic types that no documented overload names: whichever of `long` and `long long` is
+/// not `int64_t`, `float`, character types and so on.
+template <class T>
+using IfOtherNumber =
+    std::enable_if_t<kIsNumber<T> && !kIsFixedWidth<T> && !std::is_same_v<T, double>, int>;
+
+template <class T>
+using IfNarrowNumber =
+    std::enable_if_t<kIsNumber<T> && !kIsOneOf<T, std::int64_t, std::uint64_t, double>, int>;
+
+template <class T>
+using IfNarrowInteger =
+    std::enable_if_t<std::is_integral_v<T> && kIsNumber<T> && !std::is_same_v<T, std::int64_t>,
+                     int>;
+
+/// A pointer that must not turn into a bool: any but pointers to char.
+template <class T>
+using IfStrangePointer = std::enable_if_t<!std::is_same_v<std::remove_cv_t<T>, char>, int>;
+
+/// `char` and `wchar_t` count as signed everywhere, though their signedness differs by target.
+template <class T>
+inline constexpr bool kIsSigned = std::is_signed_v<T> || kIsOneOf<T, char, wchar_t>;
+
+template <std::size_t kSize, bool kSigned>
+struct IntegerOf;
+template <>
+struct IntegerOf<1, true> {
+  using Type = std::int8_t;
+};
+template <>
+struct IntegerOf<2, true> {
+  using Type = std::int16_t;
+};
+template <>
+struct IntegerOf<4, true> {
+  using Type = std::int32_t;
+};
+template <>
+struct IntegerOf<8, true> {
+  using Type = std::int64_t;
+};
+template <>
+struct IntegerOf<1, false> {
+  using Type = std::uint8_t;
+};
+template <>
+struct IntegerOf<2, false> {
+  using Type = std::uint16_t;
+};
+template <>
+struct IntegerOf<4, false> {
+  using Type = std::uint32_t;
+};
+template <>
+struct IntegerOf<8, false> {
+  using Type = std::uint64_t;
+};
+
+template <class T, bool kFloating = std::is_floating_point_v<T>>
+struct StoredAs : IntegerOf<sizeof(T), kIsSigned<T>> {};
+template <class T>
+struct StoredAs<T, true> {
+  using Type = double;
+};
+
+/// The documented type that stands for T, by width and signedness.
+template <class T>
+using Stored = typename StoredAs<T>::Type;
+
+/// The documented type in which a number of type T is compared.
+template <class T>
+using Compared = std::conditional_t<std::is_floating_point_v<T>, double,
+                                    std::conditional_t<kIsSigned<T>, std::int64_t, std::uint64_t>>;
+
+}  // namespace detail
+
+/// A dynamically typed value: null, a boolean, an integer of 8 to 64 bits, a double, a timestamp, a
+/// string, a byte buffer, or a map, whose members are values again.
+///
+/// A map holds two independent sets of members at once, one with integer keys and one with string
+/// keys, and a flag that marks it as an array. A *typed map* also carries the name of its type.
+/// Below, "a map" means either kind, unless one is named.
+class VEXO_VARIANT_API Variant {
+ public:
+  // --- Life --------------------------------------------------------------------------------------
+
+  /// Null.
+  Variant() noexcept;
+  Variant(bool value) noexcept;
+  Variant(std::int8_t value) noexcept;
+  Variant(std::int16_t value) noexcept;
+  Variant(std::int32_t value) noexcept;
+  Variant(std::int64_t value) noexcept;
+  Variant(std::uint8_t value) noexcept;
+  Variant(std::uint16_t value) noexcept;
+  Variant(std::uint32_t value) noexcept;
+  Variant(std::uint64_t value) noexcept;
+  Variant(double value) noexcept;
+  Variant(const timeval& value);
+  /// A string up to the terminating zero byte. Throws `std::logic_error` for a null pointer.
+  Variant(const char* value);
+  /// A string of all bytes of `value`, zero bytes included.
+  Variant(const std::string& value);
+  /// A byte buffer. With `external` the bytes stay the caller's: nothing is copied, they must
+  /// outlive every value that refers to them, and are never released. Without it `size` bytes are
+  /// copied; `data` is not read when `size` is 0. Copies of the value always own their bytes.
+  Variant(std::uint8_t* data, std::uint32_t size, bool external);
+  /// A deep copy.
+  Variant(const Variant& other);
+  /// Takes the record over; `other` becomes null.
+  Variant(Variant&& other) noexcept;
+  virtual ~Variant();
+
+  /// Every other arithmetic type is stored as the documented type of its width and signedness
+  /// (`float` as double).
+  template <class T, detail::IfOtherNumber<T> = 0>
+  Variant(T value) noexcept : Variant(static_cast<detail::Stored<T>>(value)) {}
+  template <class T, detail::IfStrangePointer<T> = 0>
+  Variant(T*) = delete;
+  template <class T, class C>
+  Variant(T C::*) = delete;
+  /// A type code is not a value.
+  Variant(VariantType) = delete;
+
+  /// All assignments release the old payload and never reuse its record, except that assigning a
+  /// value to itself does nothing. What is assigned may live inside the target, at any depth.
+  Variant& operator=(const Variant& other);
+  Variant& operator=(Variant&& other) noexcept;
+  Variant& operator=(bool value) noexcept;
+  Variant& operator=(std::int8_t value) noexcept;
+  Variant& operator=(std::int16_t value) noexcept;
+  Variant& operator=(std::int32_t value) noexcept;
+  Variant& operator=(std::int64_t value) noexcept;
+  Variant& operator=(std::uint8_t value) noexcept;
+  Variant& operator=(std::uint16_t value) noexcept;
+  Variant& operator=(std::uint32_t value) noexcept;
+  Variant& operator=(std::uint64_t value) noexcept;
+  Variant& operator=(double value) noexcept;
+  Variant& operator=(const timeval& value);
+  /// A null pointer leaves null.
+  Variant& operator=(const char* value);
+  Variant& operator=(const std::string& value);
+  template <class T, detail::IfOtherNumber<T> = 0>
+  Variant& operator=(T value) noexcept {
+    return *this = static_cast<detail::Stored<T>>(value);
+  }
+  template <class T, detail::IfStrangePointer<T> = 0>
+  Variant& operator=(T*) = delete;
+  template <class T, class C>
+  Variant& operator=(T C::*) = delete;
+  Variant& operator=(VariantType) = delete;
+
+  /// Releases the payload; the value is null afterwards. Needs no memory.
+  void Free();
+  /// Free, returning the value itself.
+  Variant& Reset();
+  /// Makes this value a deep copy of `other` without releasing what it held: only for a value that
+  /// is null or holds a scalar.
+  void Copy(const Variant& other);
+  /// Turns the value into an owned buffer of `size` bytes, all 0 if `zeroFill`, and returns its
+  /// record, whose `size` may be lowered but not raised. The record lives until the value changes.
+  VariantBuffer* AllocateBuffer(std::uint32_t size, bool zeroFill);
+  /// The name of a type ("INT32"), or "unknown"; a constant.
+  static const char* VariantTypeToString(VariantType type) noexcept;
+
+  // --- Typed reads -------------------------------------------------------------------------------
+  // Numbers convert freely and silently: integers wrap to the width of the target, doubles truncate
+  // and saturate (NaN gives 0), null reads as 0 and a boolean as 0 or 1. Reading any other type as
+  // a number is a contract violation: "Invalid variant type: 0x%04x". The reads that return a
+  // pointer or reference accept only their own type, everything else is a contract violation:
+  // "Invalid state"; what they return lives until the value is changed or destroyed.
+
+  operator VariantType() const noexcept;
+  /// A set flag, a number that is not 0 (for doubles: any bit set, so -0.0 and NaN too); false for
+  /// every other type.
+  operator bool() const noexcept;
+  operator std::int8_t() const;
+  operator std::int16_t() const;
+  operator std::int32_t() const;
+  operator std::int64_t() const;
+  operator std::uint8_t() const;
+  operator std::uint16_t() const;
+  operator std::uint32_t() const;
+  operator std::uint64_t() const;
+  operator double() const;
+  operator const timeval&() const;
+  operator const std::string&() const;
+  operator const char*() const;
+  operator const VariantMap*() const;
+  operator const VariantBuffer*() const;
+  template <class T, detail::IfOtherNumber<T> = 0>
+  operator T() const {
+    return static_cast<T>(this->operator detail::Stored<T>());
+  }
+
+  // --- Equality ----------------------------------------------------------------------------------
+  // Never logs and never fails. Numbers compare by value across all numeric types, in the domain of
+  // the left value (so Variant(2) == Variant(2.5), but not the other way round); everything else
+  // equals only its own kind. Trees compare deeply, in time proportional to their size.
+
+  bool operator==(bool value) const noexcept;
+  bool operator==(std::int64_t value) const noexcept;
+  bool operator==(std::uint64_t value) const noexcept;
+  bool operator==(double value) const noexcept;
+  bool operator==(const timeval& value) const noexcept;
+  /// A null pointer equals nothing.
+  bool operator==(const char* value) const noexcept;
+  bool operator==(const std::string& value) const noexcept;
+  bool operator==(const Variant& other) const;
+  /// Asks for the type: `value == V_MAP`.
+  bool operator==(VariantType type) const noexcept;
+  bool operator!=(bool value) const noexcept;
+  bool operator!=(std::int64_t value) const noexcept;
+  bool operator!=(std::uint64_t value) const noexcept;
+  bool operator!=(double value) const noexcept;
+  bool operator!=(const timeval& value) const noexcept;
+  bool operator!=(const char* value) const noexcept;
+  bool operator!=(const std::string& value) const noexcept;
+  bool operator!=(const Variant& other) const;
+  bool operator!=(VariantType type) const noexcept;
+  template <class T, detail::IfNarrowNumber<T> = 0>
+  bool operator==(T value) const noexcept {
+    return *this == static_cast<detail::Compared<T>>(value);
+  }
+  template <class T, detail::IfNarrowNumber<T> = 0>
+  bool operator!=(T value) const noexcept {
+    return !(*this == value);
+  }
+
+  // --- Iteration ---------------------------------------------------------------------------------
+  // The iterators of the two member sets of a map; anything else is a contract violation ("Invalid
+  // state"). An iterator lives until its member is removed or the map is released.
+
+  NumericMembers::iterator num_begin();
+  NumericMembers::iterator num_end();
+  NumericMembers::const_iterator num_begin() const;
+  NumericMembers::const_iterator num_end() const;
+  StringMembers::iterator str_begin();
+  StringMembers::iterator str_end();
+  StringMembers::const_iterator str_begin() const;
+  StringMembers::const_iterator str_end() const;
+
+  // --- Subscripts --------------------------------------------------------------------------------
+  // The forms that are not const never fail: a value that is not a map becomes an empty map first,
+  // and a missing member is created as null. The key -1 appends behind the largest integer key;
+  // where the map was empty it appends key 0 and sets the array flag. (Behind the largest possible
+  // integer there is nothing: "Invalid state".) The const forms only find; a value that is not a
+  // map ("Invalid variant type: 0x%04x") or a missing member ("Key not found in const variant:
+  // ...") is a contract violation, and so is a null C string ("Invalid subscript operator
+  // parameter"). References stay valid while other members come and go. Logarithmic; appending is
+  // constant.
+
+  Variant& operator[](std::int64_t key);
+  Variant& operator[](const std::string& key);
+  Variant& operator[](const char* key);
+  /// By a string or a signed integer; any other type is a contract violation: "Invalid indexer
+  /// type".
+  Variant& operator[](const Variant& key);
+  const Variant& operator[](std::int64_t key) const;
+  const Variant& operator[](const std::string& key) const;
+  const Variant& operator[](const char* key) const;
+  /// By a string or any number (truncated); any other type is a contract violation: "Invalid
+  /// subscript operator parameter: %s".
+  const Variant& operator[](const Variant& key) const;
+  Variant& operator[](char* key) { return (*this)[static_cast<const char*>(key)]; }
+  const Variant& operator[](char* key) const { return (*this)[static_cast<const char*>(key)]; }
+  template <class T, detail::IfNarrowInteger<T> = 0>
+  Variant& operator[](T key) {
+    return (*this)[static_cast<std::int64_t>(key)];
+  }
+  template <class T, detail::IfNarrowInteger<T> = 0>
+  const Variant& operator[](T key) const {
+    return (*this)[static_cast<std::int64_t>(key)];
+  }
+
+  // --- Members -----------------------------------------------------------------------------------
+  // Unless said otherwise these need a map; anything else is a contract violation: "Invalid state".
+  // With `caseSensitive` false the case of ASCII letters is ignored and the members are searched in
+  // byte order, so that upper-case spellings come first; that takes linear time.
+
+  /// The array flag; false for anything but a map.
+  bool IsArray() const noexcept;
+  /// Sets the array flag; null becomes an empty map.
+  void IsArray(bool isArray);
+  /// The member, created as null if there is none (as the subscripts do).
+  Variant& GetValue(const std::string& key, bool caseSensitive);
+  Variant& GetValue(const char* key, bool caseSensitive);
+  Variant& GetValue(std::int64_t key);
+  /// False for anything but a map.
+  bool HasKey(std::int64_t key) const noexcept;
+  /// A key of the form "[5]" asks for the integer key (decimal, 0x hexadecimal, 0 octal).
+  bool HasKey(const std::string& key, bool caseSensitive) const noexcept;
+  /// Whether an array holds this string; false for anything but an array. A member before it that
+  /// is not a string is a contract violation.
+  bool HasStrArrayMember(const std::string& value, bool caseSensitive) const;
+  std::size_t StringKeysCount() const;
+  std::size_t NumericKeysCount() const;
+  std::size_t KeysCount() const;
+  /// Remove members; the array flag and the type name stay.
+  Variant& ResetNumericKeys();
+  Variant& ResetStringKeys();
+  Variant& ResetKeys();
+  /// Removes a member if it is there; other members keep their keys. Without `caseSensitive`
+  /// removes every spelling.
+  Variant& RemoveValue(std::int64_t key);
+  Variant& RemoveValue(const std::string& key, bool caseSensitive);
+  Variant& RemoveValue(const char* key, bool caseSensitive);
+
+  // --- Whole trees -------------------------------------------------------------------------------
+
+  /// Stores every number of the tree in the smallest integer type that holds its value (signed
+  /// before unsigned); doubles become integers where they are whole.
+  void Compact();
+  /// With `stringifyKeys` turns the integer-keyed members of a map into string-keyed ones (an equal
+  /// string key is overwritten) and clears the array flag; with `stringifyValues` turns every
+  /// scalar reached through string keys into its text. Both apply at every depth when both are set.
+  Variant& Stringify(bool stringifyKeys, bool stringifyValues);
+  /// Does the same to a copy in `target`, and returns `target`.
+  Variant& Stringify(Variant& target, bool stringifyKeys, bool stringifyValues) const;
+  /// Indented JSON with type names, for people: `(INT32) "a": 1`.
+  std::string ToString() const;
+
+  // --- Key chains --------------------------------------------------------------------------------
+
+  /// The direct member that one path component names, or null: the zero-terminated text at `name`,
+  /// or, when its first `length` bytes have the form "[5]", the integer key.
+  const Variant* GetPathComponent(const char* name, unsigned int length, bool caseSensitive) const;
+  Variant* GetPathComponent(const char* name, unsigned int length, bool caseSensitive);
+  /// The member that a path such as "network/ports/[0]" leads to, if it has this type (V_ANY: any;
+  /// V_NUMERIC: any number); otherwise null. Never creates a member. One slash at the end is
+  /// ignored; an empty component finds nothing.
+  const Variant* GetKeyChain(VariantType type, const char* path, bool caseSensitive) const;
+  Variant* GetKeyChain(VariantType type, const char* path, bool caseSensitive);
+  const Variant* GetKeyChain(VariantType type, const std::string& path, bool caseSensitive) const;
+  Variant* GetKeyChain(VariantType type, const std::string& path, bool caseSensitive);
+
+  // --- Validators --------------------------------------------------------------------------------
+  // Each makes sure that a configuration map has a member `key` of a type, replacing a missing or
+  // mistyped one by the default. A value that is not a map becomes an empty one first. `key` is
+  // looked up as a key chain and stored as a plain key; without `caseSensitive` other spellings are
+  // moved to it. A null `key` is a contract violation ("Invalid subscript operator parameter").
+
+  /// Returns the member.
+  Variant& PreValidate(const char* key, VariantType type, bool caseSensitive,
+                       const Variant& defaultValue);
+  /// A number, clamped into the range (as a double where it had to be).
+  Variant& ValidateNumeric(const char* key, double minValue, double maxValue, double defaultValue,
+                           bool caseSensitive);
+  Variant& ValidateBool(const char* key, bool defaultValue, bool caseSensitive);
+  Variant& ValidateMap(const char* key, bool caseSensitive);
+  /// Not implemented yet: always stores the default and says so at level 4.
+  Variant& ValidateSets(const char* key, const Variant& allowedValues, const Variant& defaultValue,
+                        bool caseSensitive);
+
+  // --- BIN ---------------------------------------------------------------------------------------
+  // The library's own binary format, described in docs/bin-format.md. A failed write returns 0 (or
+  // false); what did not fit is logged at level 3 as "Limit exceeded: C: %u; V: %u; M: %u" (bytes
+  // of the current value done, bytes needed next, bytes given to it).
+
+  /// A bound of the encoded size in bytes that a write is sure to fit into; 0 when the type of the
+  /// value cannot be encoded, or when it would take 4 GiB or more (logged at level 3).
+  std::uint32_t GetBinRequiredLength() const;
+  /// Encodes into `length` bytes; the number written, or 0.
+  std::uint32_t ToInternalBIN(std::uint8_t* buffer, std::uint32_t length) const;
+  /// When `length` is below the required length: sets `length` to it and returns 0, without
+  /// touching `buffer`. Otherwise encodes and returns the number of bytes written.
+  std::uint32_t ToBIN(std::uint8_t* buffer, std::uint32_t& length) const;
+  /// Appends the encoding; `output` grows by the required length (the rest is zeros), the result
+  /// tells where the encoding ends.
+  std::uint32_t ToBIN(vexo::utils::IOBuffer& output) const;
+  bool ToBINFile(const std::string& path) const;
+  /// Decodes one value at the start of `length` bytes and returns how many it took, or 0. The old
+  /// content is gone in either case; after a failure the value is an unusable partial tree.
+  /// `buffer` may lie inside the value itself.
+  std::uint32_t FromBIN(const std::uint8_t* buffer, std::uint32_t length);
+  bool FromBINFile(const std::string& path);
+
+  // --- JSON --------------------------------------------------------------------------------------
+  // Written as plain JSON, with markers for what JSON lacks: "b64:..." strings for buffers, ISO
+  // 8601 strings for timestamps. Read in a relaxed dialect: #, // and /* */ comments, optional
+  // commas, literals in any case, hexadecimal and octal integers, no \u escapes. See docs/json.md.
+
+  /// Appends `key` (already quoted, or empty) and the value. False when a buffer cannot be encoded;
+  /// a value of an unknown type is a contract violation: "Invalid type %d".
+  bool ToJSON(const std::string& key, std::string& output, bool pretty, bool withTypes,
+              unsigned int depth) const;
+  /// Replaces `output` by the text, indented if `pretty`.
+  bool ToJSON(std::string& output, bool pretty) const;
+  bool ToJSONFile(const std::string& path, bool pretty) const;
+  /// Reads one value and the gap behind it; the number of bytes consumed, or -1. Never logs. The
+  /// old content is gone in either case; after a failure the value holds what was built before it.
+  /// Numbers are compacted. Text behind the value is not looked at. `data` may lie inside the value
+  /// itself.
+  int FromJSON(const char* data, unsigned int length);
+  int FromJSON(const std::string& text);
+  bool FromJSONFile(const std::string& path);
+
+ private:
+  friend struct VariantAccess;  // the library's own view of type and payload
+
+  union Payload {
+    std::uint64_t bits;
+    bool flag;
+    double number;
+    timeval* timestamp;
+    std::string* string;
+    VariantBuffer* buffer;
+    VariantMap* map;
+  };
+
+  std::uint32_t type_;
+  alignas(8) Payload payload_;
+};
+
+/// The record of a V_MAP or V_TYPED_MAP.
+struct VariantMap {
+  std::uint8_t isArray = 0;
+  std::string typeName;  ///< empty in a V_MAP
+  NumericMembers numericKeys;
+  StringMembers stringKeys;
+};
+
+/// The record of a V_BINARY.
+struct VariantBuffer {
+  std::uint8_t external = 0;  ///< the bytes belong to the caller
+  std::uint8_t* data = nullptr;
+  std::uint32_t size = 0;
+};
+
+/// A base for record classes: a value that starts as an empty map, with a hook for the class's own
+/// checks, which the library never calls. Adds no fields.
+class VEXO_VARIANT_API BaseVariantContainer : public Variant {
+ public:
+  BaseVariantContainer();
+  BaseVariantContainer(const Variant& other);
+  BaseVariantContainer(Variant&& other) noexcept;
+  BaseVariantContainer(const BaseVariantContainer&) = default;
+  BaseVariantContainer(BaseVariantContainer&&) noexcept = default;
+  BaseVariantContainer& operator=(const Variant& other);
+  BaseVariantContainer& operator=(Variant&& other) noexcept;
+  BaseVariantContainer& operator=(const BaseVariantContainer&) = default;
+  BaseVariantContainer& operator=(BaseVariantContainer&&) noexcept = default;
+  ~BaseVariantContainer() override;
+  virtual void NormalizeFields();
+};
+
+#if __cplusplus < 202002L  // C++20 turns `5 == v` into `v == 5` by itself
+
+namespace detail {
+
+/// What may stand to the left of `== variant`.
+template <class T>
+using IfComparable =
+    std::enable_if_t<std::is_arithmetic_v<T> || kIsOneOf<T, VariantType, std::string, timeval> ||
+                         (std::is_convertible_v<const T&, const char*> &&
+                          !std::is_base_of_v<Variant, T>),
+                     int>;
+
+}  // namespace detail
+
+template <class T, detail::IfComparable<T> = 0>
+bool operator==(const T& value, const Variant& variant) noexcept {
+  return variant.operator==(value);
+}
+template <class T, detail::IfComparable<T> = 0>
+bool operator!=(const T& value, const Variant& variant) noexcept {
+  return !variant.operator==(value);
+}
+
+#endif
+
+/// Writes the 1 to 8 bytes of the BIN form of `value` (below 2^56) and returns their number; on a
+/// null pointer or a larger value logs "Invalid parameters supplied" at level 3 and returns 0.
+VEXO_VARIANT_API std::uint32_t ToU56(std::uint64_t value, std::uint8_t* destination);
+/// Reads one U56 from at most `length` bytes and returns its width. Returns 0 when it does not end
+/// in time, and, having logged "Invalid parameters supplied" at level 3, when there is no byte.
+VEXO_VARIANT_API std::uint32_t FromU56(const std::uint8_t* buffer, std::uint32_t length,
+                                       std::uint64_t& result);
+
+/// Reads one JSON value, after a gap, into `target`, adding to what it holds: a scalar replaces it,
+/// null leaves it, an array appends to a map, an object merges into a map. Returns the number of
+/// bytes up to the end of the value, or -1. Numbers are not compacted.
+VEXO_VARIANT_API int readJson(const char* data, unsigned int length, Variant& target);
+/// The same for an object whose opening brace is the first byte.
+VEXO_VARIANT_API int readJsonObject(const char* data, unsigned int length, Variant& target);
+
+}  // namespace vexo::variant
+
+#endif

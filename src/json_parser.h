@@ -1,0 +1,161 @@
+// The grammar of the JSON dialect that is read; what becomes of the values is the builder's
+// business.
+#ifndef VEXO_VARIANT_SRC_JSON_PARSER_H
+#define VEXO_VARIANT_SRC_JSON_PARSER_H
+
+#include <algorithm>
+#include <string>
+
+#include "ascii.h"
+#include "number_text.h"
+#include "text_cursor.h"
+
+namespace vexo::variant {
+
+/// Reads one value without recursion; the builder keeps the open containers. A builder has
+/// - depth(), inObject(): the open containers, and the kind of the innermost;
+/// - openArray(), openObject(), and close(), which returns false to stop the parse;
+/// - element() and name(text): a value follows for a new element or the member of that name; false
+///   when there is no place for it;
+/// - null(), boolean(bool), number(Held), text(string_view): the value.
+template <class Builder>
+class JsonParser {
+ public:
+  JsonParser(TextCursor& cursor, Builder& builder) : cursor_(cursor), builder_(builder) {}
+
+  /// Reads a gap and one value.
+  bool parse() {
+    Next next = Next::kValue;
+    while (next == Next::kValue || next == Next::kAfterValue) {
+      next = next == Next::kAfterValue ? afterValue()
+             : cursor_.skipGap()       ? startValue()
+                                       : Next::kFailed;
+    }
+    return next == Next::kDone;
+  }
+
+ private:
+  /// What is to be read next: the steps return to parse(), so that none calls another in depth.
+  enum class Next { kValue, kAfterValue, kDone, kFailed };
+
+  Next fail(const char* reason) {
+    cursor_.fail(reason);
+    return Next::kFailed;
+  }
+
+  Next startValue() {
+    if (cursor_.atEnd()) return fail("expected a value");
+    const char c = cursor_.peek();
+    switch (c) {
+      case '{':
+        return openObject();
+      case '[':
+        return openArray();
+      case '"':
+        return readText() ? Next::kAfterValue : Next::kFailed;
+      case 't':
+      case 'T':
+      case 'f':
+      case 'F':
+      case 'n':
+      case 'N':
+        return readLiteral() ? Next::kAfterValue : Next::kFailed;
+      default:
+        if (c != '+' && c != '-' && c != '.' && !ascii::isDigit(c)) return fail("expected a value");
+        return readNumber() ? Next::kAfterValue : Next::kFailed;
+    }
+  }
+
+  Next openArray() {
+    cursor_.advance();
+    builder_.openArray();
+    if (!cursor_.skipGap()) return Next::kFailed;
+    return cursor_.at(']') ? close() : nextElement();
+  }
+
+  Next openObject() {
+    cursor_.advance();
+    builder_.openObject();
+    if (!cursor_.skipGap()) return Next::kFailed;
+    return cursor_.at('}') ? close() : nextMember();
+  }
+
+  Next close() {
+    cursor_.advance();
+    return builder_.close() ? Next::kAfterValue : Next::kFailed;
+  }
+
+  /// What follows a value in the container around it.
+  Next afterValue() {
+    if (builder_.depth() == 0) return Next::kDone;
+    if (!cursor_.skipGap()) return Next::kFailed;
+    if (cursor_.at(',')) {
+      cursor_.advance();
+      if (!cursor_.skipGap()) return Next::kFailed;
+    }
+    if (cursor_.at(builder_.inObject() ? '}' : ']')) return close();
+    return builder_.inObject() ? nextMember() : nextElement();
+  }
+
+  Next nextElement() {
+    if (cursor_.atEnd()) return fail("expected ']' or an element");
+    if (!builder_.element()) return fail("no key is left for another element");
+    return Next::kValue;
+  }
+
+  Next nextMember() {
+    if (!cursor_.at('"')) return fail("expected '}' or a member name in double quotes");
+    std::string_view name;
+    if (!cursor_.readQuoted(scratch_, name)) return Next::kFailed;
+    builder_.name(name, name.data() != scratch_.data());
+    if (!cursor_.skipGap()) return Next::kFailed;
+    if (!cursor_.at(':')) return fail("expected ':' after member name");
+    cursor_.advance();
+    return Next::kValue;
+  }
+
+  bool readText() {
+    std::string_view text;
+    if (!cursor_.readQuoted(scratch_, text)) return false;
+    builder_.text(text);
+    return true;
+  }
+
+  bool readLiteral() {
+    if (takeWord("true")) {
+      builder_.boolean(true);
+    } else if (takeWord("false")) {
+      builder_.boolean(false);
+    } else if (takeWord("null")) {
+      builder_.null();
+    } else {
+      return cursor_.fail("expected true, false or null");
+    }
+    return true;
+  }
+
+  bool takeWord(std::string_view word) {
+    if (!ascii::equal(cursor_.rest().substr(0, word.size()), word)) return false;
+    cursor_.advance(word.size());
+    return true;
+  }
+
+  bool readNumber() {
+    const std::string_view rest = cursor_.rest();
+    const auto end = std::find_if_not(rest.begin(), rest.end(), isNumberByte);
+    const auto length = static_cast<std::size_t>(end - rest.begin());
+    const Held number = parseNumber(rest.substr(0, length));
+    if (number.type == V_NULL) return cursor_.fail("expected a number");
+    cursor_.advance(length);
+    builder_.number(number);
+    return true;
+  }
+
+  TextCursor& cursor_;
+  Builder& builder_;
+  std::string scratch_;
+};
+
+}  // namespace vexo::variant
+
+#endif

@@ -1,0 +1,281 @@
+#include "number_text.h"
+
+#include <algorithm>
+#include <array>
+#include <bit>
+#include <cfloat>
+#include <charconv>
+#include <cmath>
+#include <limits>
+
+#include "ascii.h"
+
+namespace vexo::variant {
+
+static_assert(std::numeric_limits<double>::is_iec559 && FLT_EVAL_METHOD == 0,
+              "exact results need doubles that are computed as doubles");
+
+namespace {
+
+std::string_view unsignedText(std::uint64_t value, NumberBuffer& buffer) {
+  const auto result = std::to_chars(std::begin(buffer.chars), std::end(buffer.chars), value);
+  return {buffer.chars, static_cast<std::size_t>(result.ptr - buffer.chars)};
+}
+
+// --- Doubles to text -----------------------------------------------------------------------------
+
+/// A fixed-point number: the whole part, and six decimals.
+struct Fixed6 {
+  std::uint64_t whole;
+  std::uint32_t millionths;
+};
+
+/// Rounds mantissa * 2^-shift to six decimals, half to even, exactly. `shift` is 1 to 1074 and the
+/// mantissa has at most 53 bits.
+Fixed6 roundToMillionths(std::uint64_t mantissa, unsigned shift) {
+  constexpr std::uint32_t kMillion = 1000000;
+  constexpr unsigned kMaxShift = 75;  // beyond it the number is below half a millionth
+  if (shift > kMaxShift) return {0, 0};
+  std::uint64_t whole = shift < 64 ? mantissa >> shift : 0;
+  const std::uint64_t fraction = shift < 64 ? mantissa - (whole << shift) : mantissa;
+  // fraction * 10^6 as high * 2^32 + low.
+  const std::uint64_t product = (fraction & 0xFFFFFFFF) * kMillion;
+  const std::uint64_t high = (fraction >> 32) * kMillion + (product >> 32);
+  const std::uint64_t low = product & 0xFFFFFFFF;
+  std::uint64_t millionths;
+  int half;  // how the rest compares to one half: -1, 0 or 1
+  if (shift > 32) {
+    const unsigned rest = shift - 32;
+    millionths = high >> rest;
+    const std::uint64_t remainder = high - (millionths << rest);
+    const std::uint64_t middle = std::uint64_t{1} << (rest - 1);
+    half = remainder != middle ? (remainder < middle ? -1 : 1) : (low > 0 ? 1 : 0);
+  } else {
+    const std::uint64_t all = high << 32 | low;  // below 2^32 * 10^6
+    millionths = all >> shift;
+    const std::uint64_t remainder = all - (millionths << shift);
+    const std::uint64_t middle = std::uint64_t{1} << (shift - 1);
+    half = remainder != middle ? (remainder < middle ? -1 : 1) : 0;
+  }
+  if (half > 0 || (half == 0 && millionths % 2 == 1)) ++millionths;
+  if (millionths == kMillion) {
+    ++whole;
+    millionths = 0;
+  }
+  return {whole, static_cast<std::uint32_t>(millionths)};
+}
+
+/// Writes exactly six digits.
+char* writeMillionths(char* out, std::uint32_t value) {
+  for (char* digit = out + 6; digit != out; value /= 10) {
+    *--digit = static_cast<char>('0' + value % 10);
+  }
+  return out + 6;
+}
+
+/// "%.6f".
+std::string_view doubleText(double value, NumberBuffer& buffer) {
+  char* const begin = buffer.chars;
+  const auto view = [&](const char* end) {
+    return std::string_view(begin, static_cast<std::size_t>(end - begin));
+  };
+  constexpr double kLimit = 9007199254740992.0;  // 2^53: from here on there is no fraction
+  if (!(std::fabs(value) < kLimit)) {
+    return view(
+        std::to_chars(begin, std::end(buffer.chars), value, std::chars_format::fixed, 6).ptr);
+  }
+  const std::uint64_t bits = std::bit_cast<std::uint64_t>(value);
+  const unsigned biased = static_cast<unsigned>(bits >> 52 & 0x7FF);
+  const std::uint64_t fraction = bits & 0xFFFFFFFFFFFFF;
+  const std::uint64_t mantissa = biased == 0 ? fraction : fraction | std::uint64_t{1} << 52;
+  const Fixed6 fixed = roundToMillionths(mantissa, 1075 - std::max(biased, 1u));
+  char* out = begin;
+  if (bits >> 63 != 0) *out++ = '-';
+  out = std::to_chars(out, std::end(buffer.chars), fixed.whole).ptr;
+  *out++ = '.';
+  return view(writeMillionths(out, fixed.millionths));
+}
+
+// --- Text to doubles -----------------------------------------------------------------------------
+
+/// A decimal number taken apart: digits * 10^exponent.
+struct Decimal {
+  std::uint64_t digits = 0;
+  int exponent = 0;
+  bool exact = false;  ///< written without an exponent and in no more than 19 digits
+};
+
+/// Reads "digits.digits" that fills the whole text; anything else is not exact.
+Decimal splitDecimal(std::string_view text) {
+  Decimal decimal;
+  std::size_t digits = 0;
+  bool point = false;
+  for (const char c : text) {
+    if (c == '.') {
+      if (point) return decimal;
+      point = true;
+    } else if (ascii::isDigit(c)) {
+      decimal.digits = decimal.digits * 10 + static_cast<std::uint64_t>(c - '0');
+      digits += decimal.digits != 0;
+      decimal.exponent -= point;
+      if (digits > 18) return decimal;
+    } else {
+      return decimal;
+    }
+  }
+  decimal.exact = text.size() > 1;
+  return decimal;
+}
+
+constexpr std::array<double, 23> kPowersOfTen = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
+                                                 1e8,  1e9,  1e10, 1e11, 1e12, 1e13, 1e14, 1e15,
+                                                 1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
+
+/// Whether a number without sign that is out of the range of a double is too large, rather than too
+/// small. The place of its first digit that is not 0 and the exponent tell.
+bool isTooLarge(std::string_view text, bool hex) {
+  constexpr std::int64_t kFar = std::int64_t{1} << 40;  // beyond any number of digits
+  const std::size_t mark = hex ? text.size() : std::min(text.find_first_of("eE"), text.size());
+  const std::size_t point = std::min(text.find('.'), mark);
+  const std::size_t first = text.find_first_not_of("0.");
+  const std::int64_t exponent =
+      mark == text.size() ? 0 : clampSigned(parseIntegerPrefix(text.substr(mark + 1), 10));
+  return static_cast<std::int64_t>(point) - static_cast<std::int64_t>(first) +
+             std::clamp(exponent, -kFar, kFar) >
+         0;
+}
+
+/// The whole of a text without sign as strtod reads it.
+bool parseMagnitude(std::string_view text, double& value) {
+  const Decimal decimal = splitDecimal(text);
+  if (decimal.exact && decimal.digits <= std::uint64_t{1} << 53 && decimal.exponent >= -22) {
+    // Both numbers are exact, so that the one division rounds correctly.
+    value = static_cast<double>(decimal.digits) /
+            kPowersOfTen[static_cast<std::size_t>(-decimal.exponent)];
+    return true;
+  }
+  const bool hex = text.size() > 2 && text[0] == '0' && ascii::lower(text[1]) == 'x';
+  if (hex) text.remove_prefix(2);
+  const char* const end = text.data() + text.size();
+  const auto result = std::from_chars(text.data(), end, value,
+                                      hex ? std::chars_format::hex : std::chars_format::general);
+  if (result.ptr != end || result.ec == std::errc::invalid_argument) return false;
+  if (result.ec == std::errc::result_out_of_range) {
+    value = isTooLarge(text, hex) ? std::numeric_limits<double>::infinity() : 0.0;
+  }
+  return true;
+}
+
+bool startsLikeNumber(std::string_view text) {
+  return !text.empty() && (text[0] == '.' || ascii::isDigit(text[0]));
+}
+
+Held parseDouble(std::string_view text) {
+  const bool negative = text[0] == '-';
+  if (negative || text[0] == '+') text.remove_prefix(1);
+  double value = 0;
+  if (!startsLikeNumber(text) || !parseMagnitude(text, value)) return Held{};
+  if (negative) value = -value;
+  constexpr double kLimit = 9223372036854775808.0;  // 2^63
+  if (value >= -kLimit && value < kLimit && value == std::trunc(value)) {
+    return hold(static_cast<std::int64_t>(value));
+  }
+  return hold(value);
+}
+
+Held parseInteger(std::string_view text) {
+  const IntegerPrefix number = parseIntegerPrefix(text, 0);
+  if (number.end != text.data() + text.size()) return Held{};
+  if (text[0] == '-') return hold(clampSigned(number));
+  return hold(clampUnsigned(number));
+}
+
+constexpr std::array<bool, 256> kNumberBytes = [] {
+  std::array<bool, 256> table{};
+  for (const char c : std::string_view("+-.x0123456789ABCDEFabcdef")) {
+    table[static_cast<unsigned char>(c)] = true;
+  }
+  return table;
+}();
+
+unsigned detectBase(std::string_view text) {
+  if (text.empty() || text[0] != '0') return 10;
+  const bool hex =
+      text.size() > 2 && ascii::lower(text[1]) == 'x' && ascii::digitValue(text[2]) < 16;
+  return hex ? 16 : 8;
+}
+
+}  // namespace
+
+std::string_view integerText(std::int64_t value, NumberBuffer& buffer) {
+  const auto result = std::to_chars(std::begin(buffer.chars), std::end(buffer.chars), value);
+  return {buffer.chars, static_cast<std::size_t>(result.ptr - buffer.chars)};
+}
+
+std::string_view numberText(const Variant& value, NumberBuffer& buffer) {
+  const std::uint32_t type = typeOf(value);
+  if (type == V_DOUBLE) return doubleText(load<double>(payloadOf(value)), buffer);
+  if (isSignedInteger(type)) {
+    return integerText(static_cast<std::int64_t>(integerBits(value)), buffer);
+  }
+  return unsignedText(integerBits(value), buffer);
+}
+
+IntegerPrefix parseIntegerPrefix(std::string_view text, unsigned base) {
+  IntegerPrefix number;
+  number.end = text.data();
+  std::size_t at = 0;
+  while (at < text.size() && ascii::isSpace(text[at])) ++at;
+  if (at < text.size() && (text[at] == '-' || text[at] == '+')) number.negative = text[at++] == '-';
+  if (base == 0) {
+    base = detectBase(text.substr(at));
+    if (base == 16) at += 2;
+  }
+  for (; at < text.size(); ++at) {
+    const unsigned digit = ascii::digitValue(text[at]);
+    if (digit >= base) break;
+    const std::uint64_t limit = (std::numeric_limits<std::uint64_t>::max() - digit) / base;
+    number.overflow |= number.magnitude > limit;
+    number.magnitude = number.magnitude * base + digit;
+    number.end = text.data() + at + 1;
+  }
+  return number;
+}
+
+std::int64_t clampSigned(const IntegerPrefix& number) {
+  constexpr std::uint64_t kLowest = std::uint64_t{1} << 63;
+  const std::uint64_t limit = number.negative ? kLowest : kLowest - 1;
+  const std::uint64_t magnitude = number.overflow ? limit : std::min(number.magnitude, limit);
+  return static_cast<std::int64_t>(number.negative ? 0 - magnitude : magnitude);
+}
+
+std::uint64_t clampUnsigned(const IntegerPrefix& number) {
+  if (number.overflow) return std::numeric_limits<std::uint64_t>::max();
+  return number.negative ? 0 - number.magnitude : number.magnitude;
+}
+
+bool parseIntegerName(std::string_view text, std::int64_t& value) {
+  if (text.empty() || !(ascii::isDigit(text.back()))) return false;
+  const IntegerPrefix number = parseIntegerPrefix(text, 10);
+  if (number.end != text.data() + text.size()) return false;
+  value = clampSigned(number);
+  return true;
+}
+
+bool isNumberByte(char c) { return kNumberBytes[static_cast<unsigned char>(c)]; }
+
+Held parseNumber(std::string_view text) {
+  if (text.empty()) return Held{};
+  if (text.size() < 19 && text[0] != '0') {
+    // Most numbers are a few decimal digits.
+    std::uint64_t value = 0;
+    const auto digit = [&](char c) {
+      value = value * 10 + static_cast<std::uint64_t>(c - '0');
+      return ascii::isDigit(c);
+    };
+    if (std::all_of(text.begin(), text.end(), digit)) return hold(value);
+  }
+  return text.find('.') == std::string_view::npos ? parseInteger(text) : parseDouble(text);
+}
+
+}  // namespace vexo::variant

@@ -1,0 +1,49 @@
+// Numbers to text and back, as the C library does it in the "C" locale.
+#ifndef VEXO_VARIANT_SRC_NUMBER_TEXT_H
+#define VEXO_VARIANT_SRC_NUMBER_TEXT_H
+
+#include <cstdint>
+#include <string_view>
+
+#include "variant_access.h"
+
+namespace vexo::variant {
+
+/// Room for the text of any number: the greatest double has 309 digits before the point.
+struct NumberBuffer {
+  char chars[328];
+};
+
+/// The text of an integer ("%lld", "%llu") or double ("%.6f") value.
+std::string_view numberText(const Variant& value, NumberBuffer& buffer);
+/// A key as "%lld".
+std::string_view integerText(std::int64_t value, NumberBuffer& buffer);
+
+/// What strtoll and strtoull find at the start of a text.
+struct IntegerPrefix {
+  std::uint64_t magnitude = 0;
+  bool negative = false;
+  bool overflow = false;      ///< the magnitude does not fit into 64 bits
+  const char* end = nullptr;  ///< where the number ends; the start of the text when there is none
+};
+
+/// White space, sign, and digits in `base`; base 0 takes 16 after 0x, 8 after 0, otherwise 10.
+IntegerPrefix parseIntegerPrefix(std::string_view text, unsigned base);
+/// As strtoll and strtoull give it, clamped to their ranges.
+std::int64_t clampSigned(const IntegerPrefix& number);
+std::uint64_t clampUnsigned(const IntegerPrefix& number);
+
+/// Whether the whole text is a decimal integer (as strtoll reads it), and which. An empty text is
+/// not.
+bool parseIntegerName(std::string_view text, std::int64_t& value);
+
+/// Whether the byte may occur in a number.
+bool isNumberByte(char c);
+
+/// A text of number bytes as a value: with a '.' a double, or an INT64 where it is whole; after a
+/// '-' an INT64; else a UINT64; integers in base 0. Null when the text is not a number as a whole.
+Held parseNumber(std::string_view text);
+
+}  // namespace vexo::variant
+
+#endif

@@ -1,0 +1,86 @@
+#include "scalar_text.h"
+
+#include <limits>
+
+#include "number_text.h"
+#include "vexo_utils/base64.h"
+#include "vexo_utils/time.h"
+
+namespace vexo::variant {
+
+namespace {
+
+/// The buffer that a text of the form "b64:..." stands for, or null when the text is none.
+std::unique_ptr<VariantBuffer> decodeMarked(std::string_view text) {
+  if (text.size() % 4 != 0 || text.substr(0, kBinaryMarker.size()) != kBinaryMarker) return nullptr;
+  if (text.size() > std::numeric_limits<std::uint32_t>::max()) return nullptr;
+  const std::string_view digits = text.substr(kBinaryMarker.size());
+  const std::uint32_t length = static_cast<std::uint32_t>(digits.size());
+  auto buffer = newBuffer(length / 4 * 3);
+  if (length == 0) return buffer;
+  unsigned int room = buffer->size;
+  buffer->size = vexo::utils::unb64(reinterpret_cast<const unsigned char*>(digits.data()), length,
+                                    buffer->data, room);
+  if (buffer->size > 0) return buffer;
+  deleteBuffer(buffer.release());
+  return nullptr;
+}
+
+}  // namespace
+
+bool appendBase64(const VariantBuffer& buffer, std::string& output) {
+  if (buffer.size == 0) return true;
+  const std::uint64_t encoded = (std::uint64_t{buffer.size} + 2) / 3 * 4;
+  if (encoded > std::numeric_limits<unsigned int>::max()) return false;
+  const std::size_t before = output.size();
+  output.resize(before + static_cast<std::size_t>(encoded));
+  unsigned int length = static_cast<unsigned int>(encoded);
+  const unsigned int written = vexo::utils::b64(
+      buffer.data, buffer.size, reinterpret_cast<unsigned char*>(output.data()) + before, length);
+  const bool done = written == length && written <= encoded;
+  output.resize(done ? before + written : before);
+  return done;
+}
+
+bool appendScalarText(const Variant& value, std::string& output) {
+  const std::uint32_t type = typeOf(value);
+  const Payload& payload = payloadOf(value);
+  if (isNumericType(type)) {
+    NumberBuffer buffer;
+    output += numberText(value, buffer);
+    return true;
+  }
+  switch (type) {
+    case V_NULL:
+      output += "null";
+      return true;
+    case V_BOOL:
+      output += integerBits(value) != 0 ? "true" : "false";
+      return true;
+    case V_TIMESTAMP:
+      output += vexo::utils::timevalToString(payload.timestamp);
+      return true;
+    case V_STRING:
+      output += *payload.string;
+      return true;
+    case V_BINARY:
+      output += kBinaryMarker;
+      return appendBase64(*payload.buffer, output);
+    default:
+      return true;
+  }
+}
+
+Held holdMarkedText(std::string_view text) {
+  if (auto buffer = decodeMarked(text)) return holdRecord(buffer.release());
+  timeval time{};
+  if (text.size() <= std::numeric_limits<unsigned int>::max() &&
+      vexo::utils::stringToTimeval(text.data(), static_cast<unsigned int>(text.size()), &time)) {
+    return holdRecord(new timeval(time));
+  }
+  return holdText(text);
+}
+
+void assignText(Variant& target, std::string_view text) { replace(target, holdMarkedText(text)); }
+
+}  // namespace vexo::variant

@@ -1,0 +1,28 @@
+// The text of scalars that has no quotes around it: what every text form writes.
+#ifndef VEXO_VARIANT_SRC_SCALAR_TEXT_H
+#define VEXO_VARIANT_SRC_SCALAR_TEXT_H
+
+#include <string>
+
+#include "variant_access.h"
+
+namespace vexo::variant {
+
+/// What marks a text as a buffer; base64 follows.
+inline constexpr std::string_view kBinaryMarker = "b64:";
+
+/// Appends the base64 text of a buffer; false, with nothing appended, when it cannot be encoded.
+bool appendBase64(const VariantBuffer& buffer, std::string& output);
+
+/// Appends the text of anything but a map: "null", "true", "-5", "2.500000", a timestamp, the
+/// string, or marker and base64. False when a buffer cannot be encoded; other types add nothing.
+bool appendScalarText(const Variant& value, std::string& output);
+
+/// Gives `target` the value that a quoted text stands for: a buffer, a timestamp or a string.
+void assignText(Variant& target, std::string_view text);
+/// The same as a record of its own.
+Held holdMarkedText(std::string_view text);
+
+}  // namespace vexo::variant
+
+#endif

@@ -1,0 +1,89 @@
+// What the library knows about each type code.
+#ifndef VEXO_VARIANT_SRC_TYPE_TABLE_H
+#define VEXO_VARIANT_SRC_TYPE_TABLE_H
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+
+#include "vexo_variant/variant.h"
+
+namespace vexo::variant {
+
+constexpr std::uint32_t kNumericBit = 0x4000;
+constexpr std::uint32_t kHeapBit = 0x1000;
+
+constexpr bool isHeapType(std::uint32_t type) { return (type & kHeapBit) != 0; }
+constexpr bool isNumericType(std::uint32_t type) { return (type & kNumericBit) != 0; }
+constexpr bool isMapType(std::uint32_t type) { return type == V_MAP || type == V_TYPED_MAP; }
+constexpr bool isSignedInteger(std::uint32_t type) { return type >= V_INT8 && type <= V_INT64; }
+constexpr bool isUnsignedInteger(std::uint32_t type) { return type >= V_UINT8 && type <= V_UINT64; }
+
+struct TypeInfo {
+  std::uint32_t code;
+  const char* name;
+  std::uint8_t binBody;  ///< the most bytes that the BIN body of an inline type takes
+};
+
+/// Indexed by the ordinal, the low byte of the code.
+constexpr std::array<TypeInfo, 18> kTypes{{{0, "unknown", 0},
+                                           {V_NULL, "NULL", 0},
+                                           {0, "unknown", 0},
+                                           {V_BOOL, "BOOL", 1},
+                                           {V_INT8, "INT8", 1},
+                                           {V_INT16, "INT16", 2},
+                                           {V_INT32, "INT32", 4},
+                                           {V_INT64, "INT64", 8},
+                                           {V_UINT8, "UINT8", 1},
+                                           {V_UINT16, "UINT16", 3},
+                                           {V_UINT32, "UINT32", 5},
+                                           {V_UINT64, "UINT64", 8},
+                                           {V_DOUBLE, "DOUBLE", 8},
+                                           {V_TIMESTAMP, "TIMESTAMP", 12},
+                                           {V_STRING, "STRING", 0},
+                                           {V_BINARY, "BINARY", 0},
+                                           {V_MAP, "MAP", 0},
+                                           {V_TYPED_MAP, "TYPED_MAP", 0}}};
+
+/// The entry of a type that a value can have, or null.
+constexpr const TypeInfo* findType(std::uint32_t code) {
+  const std::size_t ordinal = code & 0xFF;
+  return code != 0 && ordinal < kTypes.size() && kTypes[ordinal].code == code ? &kTypes[ordinal]
+                                                                              : nullptr;
+}
+
+constexpr bool tableIsInOrder() {
+  for (std::size_t i = 0; i < kTypes.size(); ++i) {
+    if (kTypes[i].code != 0 && (kTypes[i].code & 0xFF) != i) return false;
+  }
+  return true;
+}
+static_assert(tableIsInOrder());
+
+/// The type code of a value stored as T.
+template <class T>
+inline constexpr std::uint32_t kCodeOf = 0;
+template <>
+inline constexpr std::uint32_t kCodeOf<bool> = V_BOOL;
+template <>
+inline constexpr std::uint32_t kCodeOf<std::int8_t> = V_INT8;
+template <>
+inline constexpr std::uint32_t kCodeOf<std::int16_t> = V_INT16;
+template <>
+inline constexpr std::uint32_t kCodeOf<std::int32_t> = V_INT32;
+template <>
+inline constexpr std::uint32_t kCodeOf<std::int64_t> = V_INT64;
+template <>
+inline constexpr std::uint32_t kCodeOf<std::uint8_t> = V_UINT8;
+template <>
+inline constexpr std::uint32_t kCodeOf<std::uint16_t> = V_UINT16;
+template <>
+inline constexpr std::uint32_t kCodeOf<std::uint32_t> = V_UINT32;
+template <>
+inline constexpr std::uint32_t kCodeOf<std::uint64_t> = V_UINT64;
+template <>
+inline constexpr std::uint32_t kCodeOf<double> = V_DOUBLE;
+
+}  // namespace vexo::variant
+
+#endif

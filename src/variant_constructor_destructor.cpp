@@ -1,0 +1,203 @@
+// Constructors, destructor, Free and Copy.
+#include <new>
+
+#include "log_area.h"
+#include "tree_walk.h"
+#include "variant_access.h"
+
+namespace vexo::variant {
+
+namespace {
+
+constexpr LogArea kLog{"src/variant_constructor_destructor"};
+
+Held holdBytes(std::uint8_t* data, std::uint32_t size, bool external) {
+  if (!external) {
+    auto buffer = newBuffer(size);
+    if (size > 0) std::memcpy(buffer->data, data, size);
+    return holdRecord(buffer.release());
+  }
+  return holdRecord(new VariantBuffer{1, data, size});
+}
+
+/// Copies always own their bytes, and have an array even where there is not one byte.
+Held copyBytes(const VariantBuffer& source) {
+  auto buffer = std::make_unique<VariantBuffer>();
+  buffer->data = new std::uint8_t[source.size];
+  buffer->size = source.size;
+  if (source.size > 0) std::memcpy(buffer->data, source.data, source.size);
+  return holdRecord(buffer.release());
+}
+
+/// A copy of anything but a map.
+Held copyLeaf(const Variant& source) {
+  const Payload& payload = payloadOf(source);
+  switch (typeOf(source)) {
+    case V_TIMESTAMP:
+      return holdRecord(new timeval(*payload.timestamp));
+    case V_STRING:
+      return holdRecord(new std::string(*payload.string));
+    case V_BINARY:
+      return copyBytes(*payload.buffer);
+    default:
+      break;
+  }
+  if (isHeapType(typeOf(source))) kLog.violation("Copy", "Invalid state");
+  return {typeOf(source), payload};
+}
+
+/// Builds the copy beside the walk over the source: `target_` is the value that gets the next copy.
+class Copier : public TreeVisitor<const Variant> {
+ public:
+  struct Mark {
+    VariantMap* copy;
+  };
+
+  explicit Copier(Variant& target) : target_(&target) {}
+
+  bool leaf(const Variant& source) {
+    put(*target_, copyLeaf(source));
+    return true;
+  }
+  bool enter(const Variant& source, const VariantMap& map, Mark& mark) {
+    auto copy = std::make_unique<VariantMap>();
+    copy->isArray = map.isArray;
+    copy->typeName = map.typeName;
+    copy->numericKeys.reserve(map.numericKeys.size());
+    copy->stringKeys.reserve(map.stringKeys.size());
+    mark.copy = copy.get();
+    put(*target_, holdRecord(static_cast<VariantType>(typeOf(source)), copy.release()));
+    return true;
+  }
+  bool numericMember(Mark& mark, std::int64_t key, const Variant&) {
+    target_ = &mark.copy->numericKeys.append(key);
+    return true;
+  }
+  bool stringMember(Mark& mark, const std::string& key, const Variant&) {
+    target_ = &mark.copy->stringKeys.append(key);
+    return true;
+  }
+
+ private:
+  Variant* target_;
+};
+
+/// Maps on their way out, chained through their own records, so that releasing a tree of any depth
+/// needs neither stack nor memory.
+class DoomedMaps {
+ public:
+  void add(VariantMap* map) noexcept {
+    map->typeName.~basic_string();
+    ::new (static_cast<void*>(&map->typeName)) Link{first_};
+    first_ = map;
+  }
+  bool empty() const noexcept { return first_ == nullptr; }
+
+  VariantMap* take() noexcept {
+    VariantMap* map = first_;
+    first_ = std::launder(reinterpret_cast<Link*>(&map->typeName))->next;
+    ::new (static_cast<void*>(&map->typeName)) std::string;
+    return map;
+  }
+
+  /// Takes the maps out of the members of one map.
+  template <class Members>
+  void addFrom(Members& members) noexcept {
+    for (auto& member : members) {
+      if (isMap(member.second)) add(vexo::variant::take(member.second).payload.map);
+    }
+  }
+
+ private:
+  struct Link {
+    VariantMap* next;
+  };
+  static_assert(sizeof(Link) <= sizeof(std::string) && alignof(Link) <= alignof(std::string));
+
+  VariantMap* first_ = nullptr;
+};
+
+void releaseMap(VariantMap* map) noexcept {
+  DoomedMaps doomed;
+  doomed.add(map);
+  while (!doomed.empty()) {
+    VariantMap* next = doomed.take();
+    doomed.addFrom(next->stringKeys);
+    doomed.addFrom(next->numericKeys);
+    delete next;
+  }
+}
+
+}  // namespace
+
+std::unique_ptr<VariantBuffer> newBuffer(std::uint32_t size) {
+  auto buffer = std::make_unique<VariantBuffer>();
+  if (size > 0) buffer->data = new std::uint8_t[size];
+  buffer->size = size;
+  return buffer;
+}
+
+void deleteBuffer(VariantBuffer* buffer) noexcept {
+  if (buffer->external == 0) delete[] buffer->data;
+  delete buffer;
+}
+
+Variant::Variant() noexcept : type_(V_NULL), payload_{0} {}
+Variant::Variant(bool value) noexcept : Variant() { put(*this, hold(value)); }
+Variant::Variant(std::int8_t value) noexcept : Variant() { put(*this, hold(value)); }
+Variant::Variant(std::int16_t value) noexcept : Variant() { put(*this, hold(value)); }
+Variant::Variant(std::int32_t value) noexcept : Variant() { put(*this, hold(value)); }
+Variant::Variant(std::int64_t value) noexcept : Variant() { put(*this, hold(value)); }
+Variant::Variant(std::uint8_t value) noexcept : Variant() { put(*this, hold(value)); }
+Variant::Variant(std::uint16_t value) noexcept : Variant() { put(*this, hold(value)); }
+Variant::Variant(std::uint32_t value) noexcept : Variant() { put(*this, hold(value)); }
+Variant::Variant(std::uint64_t value) noexcept : Variant() { put(*this, hold(value)); }
+Variant::Variant(double value) noexcept : Variant() { put(*this, hold(value)); }
+Variant::Variant(const timeval& value) : Variant() { put(*this, holdRecord(new timeval(value))); }
+Variant::Variant(const char* value) : Variant() { put(*this, holdRecord(new std::string(value))); }
+Variant::Variant(const std::string& value) : Variant() {
+  put(*this, holdRecord(new std::string(value)));
+}
+Variant::Variant(std::uint8_t* data, std::uint32_t size, bool external) : Variant() {
+  put(*this, holdBytes(data, size, external));
+}
+Variant::Variant(const Variant& other) : Variant() { Copy(other); }
+Variant::Variant(Variant&& other) noexcept : Variant() { put(*this, take(other)); }
+
+Variant::~Variant() {
+  if (isHeapType(type_)) Free();
+}
+
+void Variant::Free() {
+  switch (type_) {
+    case V_TIMESTAMP:
+      delete payload_.timestamp;
+      break;
+    case V_STRING:
+      delete payload_.string;
+      break;
+    case V_BINARY:
+      deleteBuffer(payload_.buffer);
+      break;
+    case V_MAP:
+    case V_TYPED_MAP:
+      releaseMap(payload_.map);
+      break;
+    default:
+      if (isHeapType(type_)) kLog.violation("Free", "Invalid state");
+  }
+  put(*this, Held{});
+}
+
+void Variant::Copy(const Variant& other) {
+  if (!isMap(other)) {
+    put(*this, copyLeaf(other));
+    return;
+  }
+  Variant copy;  // releases what there is of it should memory run out
+  Copier copier(copy);
+  walkTree(other, copier);
+  put(*this, take(copy));
+}
+
+}  // namespace vexo::variant

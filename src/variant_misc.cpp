@@ -1,0 +1,369 @@
+// Lookups, removal, counts, compaction, stringification, key chains.
+#include <cmath>
+#include <cstring>
+#include <limits>
+
+#include "ascii.h"
+#include "log_area.h"
+#include "number_text.h"
+#include "scalar_text.h"
+#include "tree_walk.h"
+#include "variant_access.h"
+
+namespace vexo::variant {
+
+namespace {
+
+constexpr LogArea kLog{"src/variant_misc"};
+
+/// Works for Variant and const Variant.
+template <class Value>
+auto& mapOrViolation(Value& value, LogSite site) {
+  if (!isMap(value)) kLog.violation(site, "Invalid state");
+  return mapOf(value);
+}
+
+/// The first member whose key matches but for case, or null; `view` gives the part of a key that
+/// counts.
+template <class Map, class View>
+auto findIgnoringCase(Map& map, std::string_view key, View view)
+    -> decltype(&map.stringKeys.begin()->second) {
+  for (auto& member : map.stringKeys) {
+    if (ascii::equal(view(member.first), key)) return &member.second;
+  }
+  return nullptr;
+}
+
+std::string_view wholeKey(const std::string& key) { return key; }
+/// What a C string function sees of a key.
+std::string_view keyUpToZero(const std::string& key) { return key.c_str(); }
+
+template <class Match>
+void removeIf(StringMembers& members, Match match) {
+  for (auto member = members.begin(); member != members.end();) {
+    member = match(member->first) ? members.erase(member) : std::next(member);
+  }
+}
+
+// --- Compaction ----------------------------------------------------------------------------------
+
+template <class T>
+bool fits(std::uint64_t value) {
+  return value <= static_cast<std::uint64_t>(std::numeric_limits<T>::max());
+}
+
+Held compactUnsigned(std::uint64_t value) {
+  if (fits<std::int8_t>(value)) return hold(static_cast<std::int8_t>(value));
+  if (fits<std::uint8_t>(value)) return hold(static_cast<std::uint8_t>(value));
+  if (fits<std::int16_t>(value)) return hold(static_cast<std::int16_t>(value));
+  if (fits<std::uint16_t>(value)) return hold(static_cast<std::uint16_t>(value));
+  if (fits<std::int32_t>(value)) return hold(static_cast<std::int32_t>(value));
+  if (fits<std::uint32_t>(value)) return hold(static_cast<std::uint32_t>(value));
+  if (fits<std::int64_t>(value)) return hold(static_cast<std::int64_t>(value));
+  return hold(value);
+}
+
+Held compactSigned(std::int64_t value) {
+  if (value > 0) return compactUnsigned(static_cast<std::uint64_t>(value));
+  if (value >= std::numeric_limits<std::int8_t>::min())
+    return hold(static_cast<std::int8_t>(value));
+  if (value >= std::numeric_limits<std::int16_t>::min()) {
+    return hold(static_cast<std::int16_t>(value));
+  }
+  if (value >= std::numeric_limits<std::int32_t>::min()) {
+    return hold(static_cast<std::int32_t>(value));
+  }
+  return hold(value);
+}
+
+Held compactDouble(double value) {
+  constexpr double kSignedEnd = 9223372036854775808.0;     // 2^63
+  constexpr double kUnsignedEnd = 18446744073709551616.0;  // 2^64
+  if (std::trunc(value) != value) return hold(value);      // fractions and NaN
+  if (value < 0) {
+    return value >= -kSignedEnd ? compactSigned(static_cast<std::int64_t>(value)) : hold(value);
+  }
+  return value < kUnsignedEnd ? compactUnsigned(static_cast<std::uint64_t>(value)) : hold(value);
+}
+
+struct Compactor : TreeVisitor<Variant> {
+  bool leaf(Variant& value) {
+    if (isNumericType(typeOf(value))) put(value, compacted({typeOf(value), payloadOf(value)}));
+    return true;
+  }
+};
+
+// --- Stringification -----------------------------------------------------------------------------
+
+/// Moves the integer-keyed members to string keys.
+void stringifyKeysOf(VariantMap& map) {
+  NumberBuffer buffer;
+  for (auto& member : map.numericKeys) {
+    Variant& target = map.stringKeys.try_emplace(integerText(member.first, buffer)).first->second;
+    target = std::move(member.second);
+  }
+  map.numericKeys.clear();
+  map.isArray = 0;
+}
+
+class Stringifier : public TreeVisitor<Variant> {
+ public:
+  static constexpr bool kStringsOnly = true;
+
+  explicit Stringifier(bool stringifyKeys) : stringifyKeys_(stringifyKeys) {}
+
+  bool enter(Variant&, VariantMap& map, Mark&) {
+    if (stringifyKeys_) stringifyKeysOf(map);
+    return true;
+  }
+  bool leaf(Variant& value) {
+    if (typeOf(value) == V_STRING) return true;
+    std::string text;
+    if (!appendScalarText(value, text)) {
+      kLog.violation("Stringify", "base64 operation failed");
+    }
+    replace(value, holdRecord(new std::string(std::move(text))));
+    return true;
+  }
+
+ private:
+  bool stringifyKeys_;
+};
+
+// --- Key chains ----------------------------------------------------------------------------------
+
+/// The key of a component of the form "[5]", which must be a number up to the bracket at its end.
+bool parseBracketed(std::string_view component, std::int64_t& key) {
+  const IntegerPrefix number = parseIntegerPrefix(component.substr(1, component.size() - 2), 0);
+  key = clampSigned(number);
+  return number.end == component.data() + component.size() - 1;
+}
+
+bool isBracketed(std::string_view component) {
+  return component.size() > 1 && component.front() == '[' && component.back() == ']';
+}
+
+/// The member that `component` names; a name that is not in brackets is compared as `text`.
+template <class Value>
+Value* findComponent(Value& value, std::string_view component, std::string_view text,
+                     bool caseSensitive) {
+  if (!isMap(value) || component.empty()) return nullptr;
+  auto& map = mapOf(value);
+  if (isBracketed(component)) {
+    std::int64_t key = 0;
+    if (!parseBracketed(component, key)) return nullptr;
+    const auto found = map.numericKeys.find(key);
+    return found == map.numericKeys.end() ? nullptr : &found->second;
+  }
+  if (!caseSensitive) return findIgnoringCase(map, text, keyUpToZero);
+  const auto found = map.stringKeys.find(text);
+  return found == map.stringKeys.end() ? nullptr : &found->second;
+}
+
+bool passesFilter(std::uint32_t type, VariantType filter) {
+  return filter == V_ANY || type == filter || (filter == V_NUMERIC && isNumericType(type));
+}
+
+template <class Value>
+Value* followChain(Value& root, VariantType filter, const char* path, bool caseSensitive) {
+  if (path == nullptr || !isMap(root)) return nullptr;
+  std::string_view rest = path;
+  if (rest.size() > 1 && rest.back() == '/') rest.remove_suffix(1);
+  Value* value = &root;
+  for (bool more = true; more && value != nullptr;) {
+    const std::size_t slash = rest.find('/');
+    const std::string_view component = rest.substr(0, slash);
+    value = findComponent(*value, component, component, caseSensitive);
+    more = slash != std::string_view::npos;
+    if (more) rest.remove_prefix(slash + 1);
+  }
+  return value != nullptr && passesFilter(typeOf(*value), filter) ? value : nullptr;
+}
+
+template <class Value>
+Value* followComponent(Value& value, const char* name, unsigned int length, bool caseSensitive) {
+  if (name == nullptr || length == 0) return nullptr;
+  return findComponent(value, std::string_view(name, length), name, caseSensitive);
+}
+
+}  // namespace
+
+Held compacted(const Held& held) {
+  if (held.type == V_DOUBLE) return compactDouble(load<double>(held.payload));
+  const std::uint64_t bits = integerBits(held.type, held.payload);
+  if (isSignedInteger(held.type)) return compactSigned(static_cast<std::int64_t>(bits));
+  return isUnsignedInteger(held.type) ? compactUnsigned(bits) : held;
+}
+
+Variant& Variant::Reset() {
+  Free();
+  return *this;
+}
+
+VariantBuffer* Variant::AllocateBuffer(std::uint32_t size, bool zeroFill) {
+  Free();
+  auto buffer = newBuffer(size);
+  if (zeroFill && size > 0) std::memset(buffer->data, 0, size);
+  put(*this, holdRecord(buffer.release()));
+  return payload_.buffer;
+}
+
+const char* Variant::VariantTypeToString(VariantType type) noexcept {
+  if (type == V_NUMERIC) return "NUMERIC";
+  if (type == V_ANY) return "ANY";
+  const TypeInfo* info = findType(type);
+  return info == nullptr ? "unknown" : info->name;
+}
+
+bool Variant::IsArray() const noexcept { return isMap(*this) && mapOf(*this).isArray != 0; }
+
+void Variant::IsArray(bool isArray) {
+  if (type_ == V_NULL) put(*this, holdRecord(V_MAP, new VariantMap));
+  mapOrViolation(*this, "IsArray").isArray = isArray;
+}
+
+Variant& Variant::GetValue(const std::string& key, bool caseSensitive) {
+  VariantMap& map = mapOrViolation(*this, "GetValue");
+  Variant* const found = caseSensitive ? nullptr : findIgnoringCase(map, key, wholeKey);
+  return found == nullptr ? (*this)[key] : *found;
+}
+
+Variant& Variant::GetValue(const char* key, bool caseSensitive) {
+  VariantMap& map = mapOrViolation(*this, "GetValue");
+  const bool search = !caseSensitive && key != nullptr;
+  Variant* const found = search ? findIgnoringCase(map, key, keyUpToZero) : nullptr;
+  return found == nullptr ? (*this)[key] : *found;
+}
+
+Variant& Variant::GetValue(std::int64_t key) {
+  mapOrViolation(*this, "GetValue");
+  return (*this)[key];
+}
+
+bool Variant::HasKey(std::int64_t key) const noexcept {
+  return isMap(*this) && mapOf(*this).numericKeys.contains(key);
+}
+
+bool Variant::HasKey(const std::string& key, bool caseSensitive) const noexcept {
+  if (!isMap(*this)) return false;
+  if (isBracketed(key)) {
+    // The number ends at the first closing bracket, which need not be the last byte.
+    const std::string_view digits = std::string_view(key).substr(1);
+    const IntegerPrefix number = parseIntegerPrefix(digits, 0);
+    return *number.end == ']' && HasKey(clampSigned(number));
+  }
+  const VariantMap& map = mapOf(*this);
+  return caseSensitive ? map.stringKeys.contains(key)
+                       : findIgnoringCase(map, key, wholeKey) != nullptr;
+}
+
+bool Variant::HasStrArrayMember(const std::string& value, bool caseSensitive) const {
+  if (!IsArray()) return false;
+  for (const auto& member : mapOf(*this).numericKeys) {
+    const std::string& text = member.second;
+    if (ascii::matches(text, value, caseSensitive)) return true;
+  }
+  return false;
+}
+
+std::size_t Variant::StringKeysCount() const {
+  return mapOrViolation(*this, "StringKeysCount").stringKeys.size();
+}
+
+std::size_t Variant::NumericKeysCount() const {
+  return mapOrViolation(*this, "NumericKeysCount").numericKeys.size();
+}
+
+std::size_t Variant::KeysCount() const {
+  const std::size_t strings = StringKeysCount();
+  return strings + NumericKeysCount();
+}
+
+Variant& Variant::ResetNumericKeys() {
+  mapOrViolation(*this, "ResetNumericKeys").numericKeys.clear();
+  return *this;
+}
+
+Variant& Variant::ResetStringKeys() {
+  mapOrViolation(*this, "ResetStringKeys").stringKeys.clear();
+  return *this;
+}
+
+Variant& Variant::ResetKeys() { return ResetStringKeys().ResetNumericKeys(); }
+
+Variant& Variant::RemoveValue(std::int64_t key) {
+  mapOrViolation(*this, "RemoveValue").numericKeys.erase(key);
+  return *this;
+}
+
+Variant& Variant::RemoveValue(const std::string& key, bool caseSensitive) {
+  StringMembers& members = mapOrViolation(*this, "RemoveValue").stringKeys;
+  if (caseSensitive) {
+    members.erase(key);
+  } else {
+    removeIf(members, [text = key](const std::string& name) { return ascii::equal(name, text); });
+  }
+  return *this;
+}
+
+Variant& Variant::RemoveValue(const char* key, bool caseSensitive) {
+  StringMembers& members = mapOrViolation(*this, "RemoveValue").stringKeys;
+  if (key == nullptr) return *this;
+  if (caseSensitive) {
+    members.erase(key);
+  } else {
+    removeIf(members, [text = std::string(key)](const std::string& name) {
+      return ascii::equal(keyUpToZero(name), text);
+    });
+  }
+  return *this;
+}
+
+void Variant::Compact() {
+  Compactor compactor;
+  walkTree(*this, compactor);
+}
+
+Variant& Variant::Stringify(bool stringifyKeys, bool stringifyValues) {
+  if (stringifyValues) {
+    Stringifier stringifier(stringifyKeys);
+    walkTree(*this, stringifier);
+  } else if (stringifyKeys && isMap(*this)) {
+    stringifyKeysOf(mapOf(*this));
+  }
+  return *this;
+}
+
+Variant& Variant::Stringify(Variant& target, bool stringifyKeys, bool stringifyValues) const {
+  target = *this;
+  return target.Stringify(stringifyKeys, stringifyValues);
+}
+
+std::string Variant::ToString() const {
+  std::string text;
+  ToJSON(std::string(), text, true, true, 0);
+  return text;
+}
+
+const Variant* Variant::GetPathComponent(const char* name, unsigned int length,
+                                         bool caseSensitive) const {
+  return followComponent(*this, name, length, caseSensitive);
+}
+Variant* Variant::GetPathComponent(const char* name, unsigned int length, bool caseSensitive) {
+  return followComponent(*this, name, length, caseSensitive);
+}
+const Variant* Variant::GetKeyChain(VariantType type, const char* path, bool caseSensitive) const {
+  return followChain(*this, type, path, caseSensitive);
+}
+Variant* Variant::GetKeyChain(VariantType type, const char* path, bool caseSensitive) {
+  return followChain(*this, type, path, caseSensitive);
+}
+const Variant* Variant::GetKeyChain(VariantType type, const std::string& path,
+                                    bool caseSensitive) const {
+  return followChain(*this, type, path.c_str(), caseSensitive);
+}
+Variant* Variant::GetKeyChain(VariantType type, const std::string& path, bool caseSensitive) {
+  return followChain(*this, type, path.c_str(), caseSensitive);
+}
+
+}  // namespace vexo::variant

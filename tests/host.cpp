@@ -1,0 +1,190 @@
+#include "host.h"
+
+#include <gtest/gtest.h>
+#include <malloc.h>
+#include <pthread.h>
+
+#include <algorithm>
+#include <atomic>
+#include <clocale>
+#include <cstdarg>
+#include <cstdio>
+#include <cstdlib>
+#include <mutex>
+#include <new>
+#include <ostream>
+
+#include "vexo_host/host.h"
+
+namespace {
+
+std::mutex messagesMutex;
+vexo::tests::Messages messages;
+
+thread_local std::size_t allocations = 0;
+thread_local std::size_t failAt = static_cast<std::size_t>(-1);
+thread_local bool failLasting = false;
+thread_local bool failed = false;
+std::atomic<std::size_t> blocks{0};
+std::atomic<std::size_t> bytes{0};
+std::atomic<std::size_t> peak{0};
+
+/// In front of every block: its size, and padding that keeps the alignment.
+constexpr std::size_t kPrefix = alignof(std::max_align_t);
+
+void* allocate(std::size_t size) {
+  const std::size_t number = allocations++;
+  if (number == failAt || (failLasting && number > failAt)) {
+    failed = true;
+    throw std::bad_alloc();
+  }
+  char* block = static_cast<char*>(std::malloc(size + kPrefix));
+  if (block == nullptr) throw std::bad_alloc();
+  *reinterpret_cast<std::size_t*>(block) = size;
+  ++blocks;
+  const std::size_t now = bytes += size;
+  for (std::size_t old = peak; now > old && !peak.compare_exchange_weak(old, now);) {
+  }
+  return block + kPrefix;
+}
+
+void release(void* pointer) {
+  if (pointer == nullptr) return;
+  char* block = static_cast<char*>(pointer) - kPrefix;
+  bytes -= *reinterpret_cast<std::size_t*>(block);
+  --blocks;
+  std::free(block);
+}
+
+/// Every test begins without messages.
+class MessageCleaner : public testing::EmptyTestEventListener {
+  void OnTestStart(const testing::TestInfo&) override { vexo::tests::takeMessages(); }
+};
+
+}  // namespace
+
+void* operator new(std::size_t size) { return allocate(size); }
+void* operator new[](std::size_t size) { return allocate(size); }
+void operator delete(void* pointer) noexcept { release(pointer); }
+void operator delete[](void* pointer) noexcept { release(pointer); }
+void operator delete(void* pointer, std::size_t) noexcept { release(pointer); }
+void operator delete[](void* pointer, std::size_t) noexcept { release(pointer); }
+
+extern "C" {
+
+void logInternal(const char* module, const char* file, const char* function, int line, int level,
+                 int, int, const char* format, ...) {
+  char text[512];
+  va_list arguments;
+  va_start(arguments, format);
+  std::vsnprintf(text, sizeof text, format, arguments);
+  va_end(arguments);
+  EXPECT_STREQ(module, "vexo_variant");
+  EXPECT_GT(line, 0);
+  const std::string message =
+      std::string(file) + " " + function + " " + std::to_string(level) + ": " + text;
+  std::fprintf(stderr, "%s\n", message.c_str());
+  const std::lock_guard<std::mutex> lock(messagesMutex);
+  messages.push_back(message);
+}
+
+void forceCrash() { std::abort(); }
+}
+
+namespace vexo::tests {
+
+Messages takeMessages() {
+  const std::lock_guard<std::mutex> lock(messagesMutex);
+  return std::exchange(messages, {});
+}
+
+std::string violation(const std::string& file, const std::string& function,
+                      const std::string& message) {
+  std::string pattern;
+  for (const char c : file + " " + function + " 3: " + message) {
+    if (std::string("[](){}.*+?^$|\\").find(c) != std::string::npos) pattern += '\\';
+    pattern += c;
+  }
+  return pattern;
+}
+
+FailingAllocation::FailingAllocation(std::size_t n, bool lasting) {
+  failed = false;
+  failLasting = lasting;
+  failAt = allocations + n;
+}
+FailingAllocation::~FailingAllocation() {
+  failAt = static_cast<std::size_t>(-1);
+  failLasting = false;
+}
+bool FailingAllocation::happened() const { return failed; }
+
+std::size_t allocationCount() { return allocations; }
+std::size_t liveBlocks() { return blocks; }
+std::size_t liveBytes() { return bytes; }
+std::size_t peakBytes() { return peak; }
+void resetPeakBytes() { peak = bytes.load(); }
+
+void runOnSmallStack(void (*body)()) {
+  pthread_attr_t attributes;
+  pthread_attr_init(&attributes);
+  ASSERT_EQ(pthread_attr_setstacksize(&attributes, 64 * 1024), 0);
+  pthread_t thread;
+  const auto start = [](void* argument) -> void* {
+    (*static_cast<void (**)()>(argument))();
+    return nullptr;
+  };
+  ASSERT_EQ(pthread_create(&thread, &attributes, start, &body), 0);
+  pthread_join(thread, nullptr);
+  pthread_attr_destroy(&attributes);
+}
+
+variant::Variant parsed(const std::string& json) {
+  variant::Variant value;
+  EXPECT_EQ(value.FromJSON(json), static_cast<int>(json.size())) << json;
+  return value;
+}
+
+std::string json(const variant::Variant& value) {
+  std::string text;
+  EXPECT_TRUE(value.ToJSON(text, false));
+  return text;
+}
+
+std::string hex(const std::vector<std::uint8_t>& bytes) {
+  std::string text;
+  for (const std::uint8_t byte : bytes) {
+    constexpr const char* kDigits = "0123456789ABCDEF";
+    if (!text.empty()) text += ' ';
+    text += kDigits[byte >> 4];
+    text += kDigits[byte & 0xF];
+  }
+  return text;
+}
+
+std::vector<std::uint8_t> unhex(const std::string& text) {
+  std::vector<std::uint8_t> bytes;
+  std::string digits;
+  std::copy_if(text.begin(), text.end(), std::back_inserter(digits),
+               [](char c) { return c != ' '; });
+  for (std::size_t i = 0; i + 1 < digits.size(); i += 2) {
+    bytes.push_back(static_cast<std::uint8_t>(std::stoul(digits.substr(i, 2), nullptr, 16)));
+  }
+  return bytes;
+}
+
+}  // namespace vexo::tests
+
+namespace vexo::variant {
+
+void PrintTo(const Variant& value, std::ostream* output) { *output << value.ToString(); }
+
+}  // namespace vexo::variant
+
+int main(int argc, char** argv) {
+  std::setlocale(LC_ALL, "");  // the suite runs under several locales
+  testing::InitGoogleTest(&argc, argv);
+  GTEST_FLAG_SET(death_test_style, "fast");
+  testing::UnitTest::GetInstance()->listeners().Append(new MessageCleaner);
+  return RUN_ALL_TESTS();
+}

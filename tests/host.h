@@ -1,0 +1,62 @@
+// The host that the tests give the library: it records messages, and can run out of memory.
+#ifndef VEXO_TESTS_HOST_H
+#define VEXO_TESTS_HOST_H
+
+#include <cstddef>
+#include <iosfwd>
+#include <string>
+#include <vector>
+
+#include "vexo_variant/variant.h"
+
+namespace vexo::tests {
+
+/// One message, as "src/variant_bin FromBIN 3: Limit exceeded: C: 2; V: 1; M: 2".
+using Messages = std::vector<std::string>;
+
+/// The messages logged since the last call. Every test begins without any.
+Messages takeMessages();
+
+/// What EXPECT_DEATH looks for: the message as above, at level 3, with regular expression
+/// characters escaped.
+std::string violation(const std::string& file, const std::string& function,
+                      const std::string& message);
+
+/// While it lives, the n-th allocation (counted from 0) of this thread fails, and all after it if
+/// `lasting`.
+class FailingAllocation {
+ public:
+  explicit FailingAllocation(std::size_t n, bool lasting = false);
+  ~FailingAllocation();
+  /// Whether the allocation was reached.
+  bool happened() const;
+};
+
+/// Allocations made by this thread so far, and blocks and bytes now allocated by all threads. Bytes
+/// are those asked for.
+std::size_t allocationCount();
+std::size_t liveBlocks();
+std::size_t liveBytes();
+/// The most live bytes since the last call of resetPeakBytes.
+std::size_t peakBytes();
+void resetPeakBytes();
+
+/// Runs `body` on a thread with a stack of 64 KiB.
+void runOnSmallStack(void (*body)());
+
+/// The tree that a JSON text stands for; fails the test when it does not parse as a whole.
+variant::Variant parsed(const std::string& json);
+/// Compact JSON.
+std::string json(const variant::Variant& value);
+/// "10 0E 03", with no spaces needed on the way in.
+std::string hex(const std::vector<std::uint8_t>& bytes);
+std::vector<std::uint8_t> unhex(const std::string& text);
+
+}  // namespace vexo::tests
+
+namespace vexo::variant {
+/// Keeps GoogleTest from printing a value by one of its conversions.
+void PrintTo(const Variant& value, std::ostream* output);
+}  // namespace vexo::variant
+
+#endif
