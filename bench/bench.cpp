@@ -112,13 +112,25 @@ void measureMaking(benchmark::State& state, std::size_t items, const Make& make)
       state, made.capacity() * items, [&] { made.clear(); }, [&] { fill(made, make); });
 }
 
-/// What it takes to release what `make` makes.
+/// What it takes to release what `make` makes, apart from what the C library puts off.
 template <class Make>
 void measureRelease(benchmark::State& state, std::size_t items, const Make& make) {
   Made<Make> made;
   made.reserve(timesFor(items));
   measure(
       state, made.capacity() * items, [&] { fill(made, make); }, [&] { made.clear(); });
+}
+
+/// What it takes in all to make something and to release it.
+template <class Make>
+void measureLife(benchmark::State& state, std::size_t items, const Make& make) {
+  Made<Make> made;
+  made.reserve(timesFor(items));
+  measure(state, made.capacity() * items, [&] {
+    fill(made, make);
+    made.clear();
+    settleHeap();
+  });
 }
 
 /// What it takes to call `read`, and to release its result.
@@ -162,6 +174,7 @@ void addDocument(const Document& document) {
       measureReading(state, items, [tree = load()] { return P::write(tree); });
     });
     addOperation("release", [=](benchmark::State& state) { measureRelease(state, items, load); });
+    addOperation("life", [=](benchmark::State& state) { measureLife(state, items, load); });
   }
   if constexpr (CopyPeer<P>) {
     addOperation("copy", [=](benchmark::State& state) {

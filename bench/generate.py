@@ -228,7 +228,9 @@ def device(rng, i, most=4):
 
 
 def large(rng):
-    return {"format": 3, "generated": day(rng), "devices": [device(rng, i) for i in range(4150)]}
+    return {"format": 3, "generated": day(rng), "sites": {
+        f"site-{site:03}": {"contact": name(rng), "devices": [device(rng, 50 * site + i) for i in range(50)]}
+        for site in range(83)}}
 
 
 def small(rng):

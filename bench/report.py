@@ -3,7 +3,8 @@
 
 Every cell is a median: nanoseconds for one value of a document (for one element, key or insertion
 in the tables of containers), then the ratio of this library's time to each peer's (below 1: this
-library is faster). "bytes" is the live heap for one value after parsing. Every document has a
+library is faster). "life" is parsing and release together, with the work that the
+C library puts off. "bytes" is the live heap for one value after parsing. Every document has a
 process of its own, in which the repetitions of all benchmarks alternate, so that a slow minute of
 the machine does not fall on one library alone.
 """
@@ -17,7 +18,7 @@ import sys
 
 OURS = "vexo"
 LIBRARIES = [OURS, "nlohmann", "boost", "rapidjson", "msgpack"]
-OPERATIONS = ["parse", "write", "copy", "compare", "release", "encode", "decode", "bytes",
+OPERATIONS = ["parse", "write", "copy", "compare", "release", "life", "encode", "decode", "bytes",
               "lookup", "insert", "append", "iterate"]
 
 

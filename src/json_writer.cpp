@@ -5,6 +5,7 @@
 #include "log_area.h"
 #include "number_text.h"
 #include "scalar_text.h"
+#include "swar.h"
 
 namespace vexo::variant {
 
@@ -28,23 +29,37 @@ constexpr std::array<char, 256> kEscapes = [] {
 
 constexpr char escapeOf(char c) { return kEscapes[static_cast<unsigned char>(c)]; }
 
+/// How many bytes come before the first that needs an escape.
+std::size_t plainPrefix(std::string_view text) {
+  std::size_t at = 0;
+  for (; text.size() - at >= sizeof(std::uint64_t); at += sizeof(std::uint64_t)) {
+    const std::uint64_t bytes = swar::load(text.data() + at);
+    if (swar::hasControl(bytes) || swar::has(bytes, '"') || swar::has(bytes, '/') ||
+        swar::has(bytes, '\\')) {
+      break;
+    }
+  }
+  while (at < text.size() && escapeOf(text[at]) == 0) ++at;
+  return at;
+}
+
 }  // namespace
 
 void JsonWriter::beforeName(const Variant& value) {
   if (!layout_.pretty) return;
   indent();
   if (!layout_.withTypes || isMap(value)) return;
-  output_ += '(';
-  output_ += Variant::VariantTypeToString(static_cast<VariantType>(typeOf(value)));
-  output_ += ") ";
+  output_.put('(');
+  output_.put(Variant::VariantTypeToString(static_cast<VariantType>(typeOf(value))));
+  output_.put(") ");
 }
 
-void JsonWriter::afterName() { output_ += layout_.pretty ? ": " : ":"; }
+void JsonWriter::afterName() { output_.put(layout_.pretty ? ": " : ":"); }
 
 void JsonWriter::prefix(const Variant& value, std::string_view name) {
   beforeName(value);
   if (name.empty()) return;
-  output_ += name;
+  output_.put(name);
   afterName();
 }
 
@@ -57,12 +72,12 @@ bool JsonWriter::leaf(const Variant& value) {
     case V_BINARY:
       return binary(*payloadOf(value).buffer);
     case V_TYPED_MAP:
-      output_ += "\"V_TYPED_MAP is not supported by JSON\"";
+      output_.put("\"V_TYPED_MAP is not supported by JSON\"");
       return true;
     case V_TIMESTAMP: {
-      output_ += '"';
+      output_.put('"');
       appendScalarText(value, output_);
-      output_ += '"';
+      output_.put('"');
       return true;
     }
     default:
@@ -74,16 +89,16 @@ bool JsonWriter::leaf(const Variant& value) {
 }
 
 bool JsonWriter::binary(const VariantBuffer& buffer) {
-  output_ += '"';
-  output_ += kBinaryMarker;
+  output_.put('"');
+  output_.put(kBinaryMarker);
   if (!appendBase64(buffer, output_)) return false;
-  output_ += '"';
+  output_.put('"');
   return true;
 }
 
 bool JsonWriter::enter(const Variant&, const VariantMap& map, Mark& mark) {
   mark = {map.isArray != 0 && map.stringKeys.empty(), true};
-  output_ += mark.isArray ? '[' : '{';
+  output_.put(mark.isArray ? '[' : '{');
   ++depth_;
   return true;
 }
@@ -91,16 +106,16 @@ bool JsonWriter::enter(const Variant&, const VariantMap& map, Mark& mark) {
 void JsonWriter::leave(Mark& mark, const VariantMap&) {
   --depth_;
   if (layout_.pretty) {
-    output_ += '\n';
+    output_.put('\n');
     indent();
   }
-  output_ += mark.isArray ? ']' : '}';
+  output_.put(mark.isArray ? ']' : '}');
 }
 
 void JsonWriter::separate(Mark& mark) {
-  if (!mark.isFirst) output_ += ',';
+  if (!mark.isFirst) output_.put(',');
   mark.isFirst = false;
-  if (layout_.pretty) output_ += '\n';
+  if (layout_.pretty) output_.put('\n');
 }
 
 bool JsonWriter::numericMember(Mark& mark, std::int64_t key, const Variant& value) {
@@ -108,9 +123,9 @@ bool JsonWriter::numericMember(Mark& mark, std::int64_t key, const Variant& valu
   beforeName(value);
   if (mark.isArray) return true;
   NumberBuffer buffer;
-  output_ += '"';
-  output_ += integerText(key, buffer);
-  output_ += '"';
+  output_.put('"');
+  output_.put(integerText(key, buffer));
+  output_.put('"');
   afterName();
   return true;
 }
@@ -124,26 +139,25 @@ bool JsonWriter::stringMember(Mark& mark, const std::string& key, const Variant&
 }
 
 void JsonWriter::quoted(std::string_view text) {
-  output_ += '"';
+  output_.put('"');
   if (layout_.withTypes) {
-    output_ += text;
+    output_.put(text);
   } else {
     escaped(text);
   }
-  output_ += '"';
+  output_.put('"');
 }
 
 void JsonWriter::escaped(std::string_view text) {
-  std::size_t begin = 0;
-  for (std::size_t i = 0; i < text.size(); ++i) {
-    const char letter = escapeOf(text[i]);
-    if (letter == 0) continue;
-    output_ += text.substr(begin, i - begin);
-    output_ += '\\';
-    output_ += letter;
-    begin = i + 1;
+  while (!text.empty()) {
+    const std::size_t plain = plainPrefix(text);
+    output_.put(text.substr(0, plain));
+    text.remove_prefix(plain);
+    if (text.empty()) return;
+    output_.put('\\');
+    output_.put(escapeOf(text.front()));
+    text.remove_prefix(1);
   }
-  output_ += text.substr(begin);
 }
 
 }  // namespace vexo::variant

@@ -4,6 +4,7 @@
 
 #include <string>
 
+#include "text_sink.h"
 #include "tree_walk.h"
 #include "variant_access.h"
 
@@ -38,12 +39,12 @@ class JsonWriter : public TreeVisitor<const Variant> {
   void separate(Mark& mark);
   void beforeName(const Variant& value);
   void afterName();
-  void indent() { output_.append(std::size_t{depth_} * 4, ' '); }
+  void indent() { output_.fill(depth_ * 4, ' '); }
   void quoted(std::string_view text);
   void escaped(std::string_view text);
   bool binary(const VariantBuffer& buffer);
 
-  std::string& output_;
+  TextSink output_;
   const JsonLayout layout_;
   std::size_t depth_;
 };

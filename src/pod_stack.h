@@ -31,7 +31,8 @@ class PodStack {
   T& operator[](std::size_t i) { return items_[i]; }
 
   T& push(const T& item) {
-    if (size_ == capacity_) grow();
+    if (size_ == capacity_) [[unlikely]]
+      grow();
     return *::new (static_cast<void*>(items_ + size_++)) T(item);
   }
   void pop() { --size_; }
@@ -40,7 +41,7 @@ class PodStack {
  private:
   T* inlineItems() { return reinterpret_cast<T*>(inline_); }
 
-  void grow() {
+  __attribute__((noinline)) void grow() {
     T* larger = static_cast<T*>(::operator new(2 * capacity_ * sizeof(T)));
     std::memcpy(static_cast<void*>(larger), items_, size_ * sizeof(T));
     if (items_ != inlineItems()) ::operator delete(items_);

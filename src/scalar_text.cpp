@@ -28,43 +28,42 @@ std::unique_ptr<VariantBuffer> decodeMarked(std::string_view text) {
 
 }  // namespace
 
-bool appendBase64(const VariantBuffer& buffer, std::string& output) {
+bool appendBase64(const VariantBuffer& buffer, TextSink& output) {
   if (buffer.size == 0) return true;
   const std::uint64_t encoded = (std::uint64_t{buffer.size} + 2) / 3 * 4;
   if (encoded > std::numeric_limits<unsigned int>::max()) return false;
-  const std::size_t before = output.size();
-  output.resize(before + static_cast<std::size_t>(encoded));
   unsigned int length = static_cast<unsigned int>(encoded);
-  const unsigned int written = vexo::utils::b64(
-      buffer.data, buffer.size, reinterpret_cast<unsigned char*>(output.data()) + before, length);
+  char* const place = output.claim(length);
+  const unsigned int written =
+      vexo::utils::b64(buffer.data, buffer.size, reinterpret_cast<unsigned char*>(place), length);
   const bool done = written == length && written <= encoded;
-  output.resize(done ? before + written : before);
+  output.giveBack(static_cast<std::size_t>(encoded) - (done ? written : 0));
   return done;
 }
 
-bool appendScalarText(const Variant& value, std::string& output) {
+bool appendScalarText(const Variant& value, TextSink& output) {
   const std::uint32_t type = typeOf(value);
   const Payload& payload = payloadOf(value);
   if (isNumericType(type)) {
     NumberBuffer buffer;
-    output += numberText(value, buffer);
+    output.put(numberText(value, buffer));
     return true;
   }
   switch (type) {
     case V_NULL:
-      output += "null";
+      output.put("null");
       return true;
     case V_BOOL:
-      output += integerBits(value) != 0 ? "true" : "false";
+      output.put(integerBits(value) != 0 ? "true" : "false");
       return true;
     case V_TIMESTAMP:
-      output += vexo::utils::timevalToString(payload.timestamp);
+      output.put(vexo::utils::timevalToString(payload.timestamp));
       return true;
     case V_STRING:
-      output += *payload.string;
+      output.put(*payload.string);
       return true;
     case V_BINARY:
-      output += kBinaryMarker;
+      output.put(kBinaryMarker);
       return appendBase64(*payload.buffer, output);
     default:
       return true;

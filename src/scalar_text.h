@@ -4,6 +4,7 @@
 
 #include <string>
 
+#include "text_sink.h"
 #include "variant_access.h"
 
 namespace vexo::variant {
@@ -12,11 +13,11 @@ namespace vexo::variant {
 inline constexpr std::string_view kBinaryMarker = "b64:";
 
 /// Appends the base64 text of a buffer; false, with nothing appended, when it cannot be encoded.
-bool appendBase64(const VariantBuffer& buffer, std::string& output);
+bool appendBase64(const VariantBuffer& buffer, TextSink& output);
 
 /// Appends the text of anything but a map: "null", "true", "-5", "2.500000", a timestamp, the
 /// string, or marker and base64. False when a buffer cannot be encoded; other types add nothing.
-bool appendScalarText(const Variant& value, std::string& output);
+bool appendScalarText(const Variant& value, TextSink& output);
 
 /// Gives `target` the value that a quoted text stands for: a buffer, a timestamp or a string.
 void assignText(Variant& target, std::string_view text);

@@ -2,11 +2,14 @@
 #ifndef VEXO_VARIANT_SRC_TEXT_CURSOR_H
 #define VEXO_VARIANT_SRC_TEXT_CURSOR_H
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
 #include <string>
 #include <string_view>
+
+#include "swar.h"
 
 namespace vexo::variant {
 
@@ -37,11 +40,8 @@ class TextCursor {
 
   /// Steps over white space and comments.
   bool skipGap() {
-    for (;;) {
-      while (!atEnd() && isBlank(peek())) ++position_;
-      if (atEnd() || (peek() != '/' && peek() != '#')) return true;
-      if (!skipComment()) return false;
-    }
+    if (!atEnd() && classOf(peek()) == kOther) return true;
+    return skipLongGap();
   }
 
   /// Reads the string whose opening quote is here. The text is a part of the input, or, where it
@@ -68,7 +68,37 @@ class TextCursor {
   }
 
  private:
-  static bool isBlank(char c) { return c == ' ' || c == '\n' || c == '\t' || c == '\r'; }
+  enum ByteClass : std::uint8_t { kOther, kBlank, kComment };
+
+  static constexpr std::array<std::uint8_t, 256> kClasses = [] {
+    std::array<std::uint8_t, 256> table{};
+    table[' '] = table['\n'] = table['\t'] = table['\r'] = kBlank;
+    table['/'] = table['#'] = kComment;
+    return table;
+  }();
+
+  static ByteClass classOf(char c) {
+    return static_cast<ByteClass>(kClasses[static_cast<unsigned char>(c)]);
+  }
+
+  bool skipLongGap() {
+    for (;;) {
+      skipBlanks();
+      if (atEnd()) return true;
+      if (classOf(peek()) == kOther) return true;
+      if (!skipComment()) return false;
+    }
+  }
+
+  /// Indentation is runs of spaces: eight at a time.
+  void skipBlanks() {
+    while (!atEnd() && classOf(peek()) == kBlank) {
+      ++position_;
+      while (length_ - position_ >= 8 && swar::load(data_ + position_) == swar::repeat(' ')) {
+        position_ += 8;
+      }
+    }
+  }
 
   bool skipComment() {
     const std::size_t start = position_;
@@ -91,18 +121,11 @@ class TextCursor {
   /// Steps to the next quote or backslash, eight bytes at a time.
   void skipPlain() {
     while (length_ - position_ >= sizeof(std::uint64_t)) {
-      std::uint64_t bytes;
-      std::memcpy(&bytes, data_ + position_, sizeof bytes);
-      if (hasByte(bytes, '"') || hasByte(bytes, '\\')) break;
+      const std::uint64_t bytes = swar::load(data_ + position_);
+      if (swar::has(bytes, '"') || swar::has(bytes, '\\')) break;
       position_ += sizeof bytes;
     }
     while (!atEnd() && peek() != '"' && peek() != '\\') ++position_;
-  }
-
-  static bool hasByte(std::uint64_t bytes, char c) {
-    constexpr std::uint64_t kOnes = 0x0101010101010101;
-    const std::uint64_t zeros = bytes ^ (kOnes * static_cast<unsigned char>(c));
-    return ((zeros - kOnes) & ~zeros & (kOnes << 7)) != 0;
   }
 
   bool readEscape(std::string& output) {

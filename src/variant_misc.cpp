@@ -119,7 +119,7 @@ class Stringifier : public TreeVisitor<Variant> {
   bool leaf(Variant& value) {
     if (typeOf(value) == V_STRING) return true;
     std::string text;
-    if (!appendScalarText(value, text)) {
+    if (TextSink sink(text); !appendScalarText(value, sink)) {
       kLog.violation("Stringify", "base64 operation failed");
     }
     replace(value, holdRecord(new std::string(std::move(text))));

@@ -32,7 +32,7 @@ void warnOfRest(std::string_view rest, const Reporter& reporter) {
   reporter.warn(std::to_string(rest.size()) + " bytes after the BIN value ignored");
 }
 
-void readBin(const std::string& input, Variant& value, const Reporter& reporter) {
+void decodeBin(const std::string& input, Variant& value, const Reporter& reporter) {
   if (!matchesBin(input)) reporter.fail(kNotParsed, "not a BIN value");
   const std::uint32_t taken = value.FromBIN(reinterpret_cast<const std::uint8_t*>(input.data()),
                                             static_cast<std::uint32_t>(input.size()));
@@ -47,7 +47,7 @@ std::string whyNotBin(const Variant& value) {
          ", first at " + keys.firstPath;
 }
 
-std::string writeBin(const Variant& value, bool, const Reporter& reporter) {
+std::string encodeBin(const Variant& value, bool, const Reporter& reporter) {
   std::uint32_t length = value.GetBinRequiredLength();
   std::string output(length, '\0');
   const std::uint32_t written =
@@ -57,7 +57,7 @@ std::string writeBin(const Variant& value, bool, const Reporter& reporter) {
   return output;
 }
 
-void readJson(const std::string& input, Variant& value, const Reporter& reporter) {
+void decodeJson(const std::string& input, Variant& value, const Reporter& reporter) {
   TextError error;
   const int taken =
       readJsonText(input.data(), static_cast<unsigned int>(input.size()), value, error);
@@ -69,7 +69,7 @@ void readJson(const std::string& input, Variant& value, const Reporter& reporter
   reporter.failAt(error.position.line, error.position.column, error.reason);
 }
 
-std::string writeJson(const Variant& value, bool compact, const Reporter& reporter) {
+std::string encodeJson(const Variant& value, bool compact, const Reporter& reporter) {
   const TextSurvey survey = surveyText(value);
   survey.warnOfLosses(reporter);
   std::string output;
@@ -88,15 +88,15 @@ constexpr Format kFormats[] = {
      false,
      std::numeric_limits<std::uint32_t>::max(),
      matchesBin,
-     readBin,
-     writeBin},
+     decodeBin,
+     encodeBin},
     {"json",
      {".json", ".jsonc"},
      true,
      std::numeric_limits<std::int32_t>::max(),
      matchesAnything,
-     readJson,
-     writeJson},
+     decodeJson,
+     encodeJson},
 };
 
 char lowerCase(char letter) {

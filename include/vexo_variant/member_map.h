@@ -394,10 +394,12 @@ class MemberMap {
   /// The next element in key order, or null; after null comes the first one.
   value_type* after(const value_type* element) const noexcept {
     if (element == nullptr) return first();
-    if (!spread()) {
-      const value_type* const next = element + 1;
-      return next == elementsOf(root_) + root_->size ? nullptr : const_cast<value_type*>(next);
-    }
+    if (spread()) return afterInSpread(element);
+    const value_type* const next = element + 1;
+    return next == elementsOf(root_) + root_->size ? nullptr : const_cast<value_type*>(next);
+  }
+
+  value_type* afterInSpread(const value_type* element) const noexcept {
     const Spread& all = *asSpread();
     const std::uint32_t position = all.positionOf(element);
     if (all.indexed()) return all.atOrNull(all.links[position].next);

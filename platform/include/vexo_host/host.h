@@ -4,9 +4,9 @@
 
 extern "C" {
 
-/// Logs one message. `file` is the source area without extension ("src/variant_bin"), `function` the
-/// name under which the message is known, `level` its severity: 3 error, 4 notice, 7 debug. The two
-/// integers behind it are always 0. The rest is as for printf.
+/// Logs one message. `file` is the source area without extension ("src/variant_bin"), `function`
+/// the name under which the message is known, `level` its severity: 3 error, 4 notice, 7 debug. The
+/// two integers behind it are always 0. The rest is as for printf.
 ///
 /// The definition in the platform library writes one line to standard error. A program that defines
 /// a function of this name itself takes precedence.

@@ -13,8 +13,8 @@ namespace vexo::utils {
 /// outside 0 to 999999 is written as "timeval(SECONDS,MICROSECONDS)".
 __attribute__((visibility("default"))) std::string timevalToString(const timeval* time);
 
-/// Reads exactly the texts that timevalToString writes; false, with `time` untouched, for all others
-/// and for moments that this build's timeval cannot hold.
+/// Reads exactly the texts that timevalToString writes; false, with `time` untouched, for all
+/// others and for moments that this build's timeval cannot hold.
 __attribute__((visibility("default"))) bool stringToTimeval(const char* text, unsigned int length,
                                                             timeval* time);
 

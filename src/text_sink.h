@@ -1,0 +1,52 @@
+// Text on its way into a std::string.
+#ifndef VEXO_VARIANT_SRC_TEXT_SINK_H
+#define VEXO_VARIANT_SRC_TEXT_SINK_H
+
+#include <algorithm>
+#include <cstddef>
+#include <cstring>
+#include <string>
+#include <string_view>
+
+namespace vexo::variant {
+
+/// Appends to a string through a pointer, making room in large steps. While the sink lives the
+/// string is longer than its text; it has the right length again when the sink goes, on failure
+/// too.
+class TextSink {
+ public:
+  explicit TextSink(std::string& output) : output_(output), size_(output.size()) {}
+  TextSink(const TextSink&) = delete;
+  TextSink& operator=(const TextSink&) = delete;
+  ~TextSink() { output_.resize(size_); }
+
+  /// The place for `count` more bytes, which the caller writes.
+  char* claim(std::size_t count) {
+    if (output_.size() - size_ < count) [[unlikely]]
+      grow(count);
+    char* const place = output_.data() + size_;
+    size_ += count;
+    return place;
+  }
+  /// Takes back the last bytes of what was claimed.
+  void giveBack(std::size_t count) { size_ -= count; }
+
+  void put(char c) { *claim(1) = c; }
+  void put(std::string_view text) {
+    if (!text.empty()) std::memcpy(claim(text.size()), text.data(), text.size());
+  }
+  void fill(std::size_t count, char c) { std::memset(claim(count), c, count); }
+
+ private:
+  __attribute__((noinline)) void grow(std::size_t count) {
+    constexpr std::size_t kFirst = 240;
+    output_.resize(std::max({size_ + count, 2 * size_, kFirst}));
+  }
+
+  std::string& output_;
+  std::size_t size_;
+};
+
+}  // namespace vexo::variant
+
+#endif
