@@ -72,9 +72,26 @@ concept KeyedPeer = requires(typename P::Object object, typename P::Array array,
   throw std::runtime_error(std::string(peer) + ": " + std::string(what));
 }
 
-struct Ours {
+/// What libraries have in common whose values are copied, compared and subscripted as usual.
+template <class T, class O = T, class A = T>
+struct Usual {
+  using Tree = T;
+  using Object = O;
+  using Array = A;
+
+  static const std::string& text(const std::string& written) { return written; }
+  static Tree copy(const Tree& tree) { return tree; }
+  static bool equal(const Tree& a, const Tree& b) { return a == b; }
+  static void insert(Object& object, const std::string& key, std::int64_t value) {
+    object[key] = value;
+  }
+  static void visit(const Array& array, auto f) {
+    for (const Tree& element : array) f(element);
+  }
+};
+
+struct Ours : Usual<vexo::variant::Variant> {
   static constexpr const char* kName = "vexo";
-  using Tree = vexo::variant::Variant;
 
   static Tree load(const std::string& text) {
     Tree tree;
@@ -86,10 +103,6 @@ struct Ours {
     tree.ToJSON(text, false);
     return text;
   }
-  static const std::string& text(const std::string& written) { return written; }
-
-  static Tree copy(const Tree& tree) { return tree; }
-  static bool equal(const Tree& a, const Tree& b) { return a == b; }
 
   struct Bytes {
     std::unique_ptr<std::uint8_t[]> data;
@@ -107,14 +120,9 @@ struct Ours {
     return tree;
   }
 
-  using Object = Tree;
-  using Array = Tree;
-  static void insert(Object& object, const std::string& key, std::int64_t value) {
-    object[key] = value;
-  }
-  static std::int64_t lookup(const Object& object, const std::string& key) { return object[key]; }
-  static void append(Array& array, std::int64_t value) { array[-1] = value; }
-  static void visit(const Array& array, auto f) {
+  static std::int64_t lookup(const Tree& object, const std::string& key) { return object[key]; }
+  static void append(Tree& array, std::int64_t value) { array[-1] = value; }
+  static void visit(const Tree& array, auto f) {
     const auto end = array.num_end();
     for (auto i = array.num_begin(); i != end; ++i) f(i->second);
   }
@@ -122,60 +130,33 @@ struct Ours {
 };
 
 #ifdef BENCH_NLOHMANN
-struct Nlohmann {
+struct Nlohmann : Usual<nlohmann::json> {
   static constexpr const char* kName = "nlohmann";
-  using Tree = nlohmann::json;
 
   static Tree load(const std::string& text) { return Tree::parse(text); }
   static std::string write(const Tree& tree) { return tree.dump(); }
-  static const std::string& text(const std::string& written) { return written; }
-
-  static Tree copy(const Tree& tree) { return tree; }
-  static bool equal(const Tree& a, const Tree& b) { return a == b; }
-
   static std::vector<std::uint8_t> encode(const Tree& tree) { return Tree::to_msgpack(tree); }
   static Tree decode(const std::vector<std::uint8_t>& bytes) { return Tree::from_msgpack(bytes); }
 
-  using Object = Tree;
-  using Array = Tree;
-  static void insert(Object& object, const std::string& key, std::int64_t value) {
-    object[key] = value;
-  }
-  static std::int64_t lookup(const Object& object, const std::string& key) {
+  static std::int64_t lookup(const Tree& object, const std::string& key) {
     return number(object.at(key));
   }
-  static void append(Array& array, std::int64_t value) { array.push_back(value); }
-  static void visit(const Array& array, auto f) {
-    for (const Tree& element : array) f(element);
-  }
+  static void append(Tree& array, std::int64_t value) { array.push_back(value); }
   static std::int64_t number(const Tree& value) { return value.get<std::int64_t>(); }
 };
 #endif
 
 #ifdef BENCH_BOOST
-struct Boost {
+struct Boost : Usual<boost::json::value, boost::json::object, boost::json::array> {
   static constexpr const char* kName = "boost";
-  using Tree = boost::json::value;
 
   static Tree load(const std::string& text) { return boost::json::parse(text); }
   static std::string write(const Tree& tree) { return boost::json::serialize(tree); }
-  static const std::string& text(const std::string& written) { return written; }
 
-  static Tree copy(const Tree& tree) { return tree; }
-  static bool equal(const Tree& a, const Tree& b) { return a == b; }
-
-  using Object = boost::json::object;
-  using Array = boost::json::array;
-  static void insert(Object& object, const std::string& key, std::int64_t value) {
-    object[key] = value;
-  }
   static std::int64_t lookup(const Object& object, const std::string& key) {
     return number(object.at(key));
   }
   static void append(Array& array, std::int64_t value) { array.emplace_back(value); }
-  static void visit(const Array& array, auto f) {
-    for (const Tree& element : array) f(element);
-  }
   static std::int64_t number(const Tree& value) { return value.get_int64(); }
 };
 #endif

@@ -3,7 +3,6 @@
 #ifndef VEXO_VARIANT_SRC_JSON_PARSER_H
 #define VEXO_VARIANT_SRC_JSON_PARSER_H
 
-#include <algorithm>
 #include <string>
 
 #include "ascii.h"
@@ -142,8 +141,8 @@ class JsonParser {
 
   bool readNumber() {
     const std::string_view rest = cursor_.rest();
-    const auto end = std::find_if_not(rest.begin(), rest.end(), isNumberByte);
-    const auto length = static_cast<std::size_t>(end - rest.begin());
+    std::size_t length = 0;
+    while (length < rest.size() && isNumberByte(rest[length])) ++length;
     const Held number = parseNumber(rest.substr(0, length));
     if (number.type == V_NULL) return cursor_.fail("expected a number");
     cursor_.advance(length);

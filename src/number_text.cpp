@@ -98,33 +98,28 @@ std::string_view doubleText(double value, NumberBuffer& buffer) {
 
 // --- Text to doubles -----------------------------------------------------------------------------
 
-/// A decimal number taken apart: digits * 10^exponent.
+/// A number of the form "digits" or "digits.digits", taken apart: digits * 10^-decimals.
 struct Decimal {
   std::uint64_t digits = 0;
-  int exponent = 0;
-  bool exact = false;  ///< written without an exponent and in no more than 19 digits
+  unsigned decimals = 0;
+  bool hasPoint = false;
 };
 
-/// Reads "digits.digits" that fills the whole text; anything else is not exact.
-Decimal splitDecimal(std::string_view text) {
-  Decimal decimal;
-  std::size_t digits = 0;
-  bool point = false;
+/// False for a text of any other form, and for one of more than 18 digits.
+bool splitDecimal(std::string_view text, Decimal& decimal) {
+  if (text.size() > 19) return false;
   for (const char c : text) {
-    if (c == '.') {
-      if (point) return decimal;
-      point = true;
-    } else if (ascii::isDigit(c)) {
+    if (ascii::isDigit(c)) {
       decimal.digits = decimal.digits * 10 + static_cast<std::uint64_t>(c - '0');
-      digits += decimal.digits != 0;
-      decimal.exponent -= point;
-      if (digits > 18) return decimal;
+      decimal.decimals += decimal.hasPoint;
+    } else if (c == '.' && !decimal.hasPoint) {
+      decimal.hasPoint = true;
     } else {
-      return decimal;
+      return false;
     }
   }
-  decimal.exact = text.size() > 1;
-  return decimal;
+  return text.size() > static_cast<std::size_t>(decimal.hasPoint) &&
+         text.size() - decimal.hasPoint <= 18;
 }
 
 constexpr std::array<double, 23> kPowersOfTen = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
@@ -147,15 +142,9 @@ bool isTooLarge(std::string_view text, bool hex) {
 
 /// The whole of a text without sign as strtod reads it.
 bool parseMagnitude(std::string_view text, double& value) {
-  const Decimal decimal = splitDecimal(text);
-  if (decimal.exact && decimal.digits <= std::uint64_t{1} << 53 && decimal.exponent >= -22) {
-    // Both numbers are exact, so that the one division rounds correctly.
-    value = static_cast<double>(decimal.digits) /
-            kPowersOfTen[static_cast<std::size_t>(-decimal.exponent)];
-    return true;
-  }
   const bool hex = text.size() > 2 && text[0] == '0' && ascii::lower(text[1]) == 'x';
   if (hex) text.remove_prefix(2);
+  if (text[0] == '-') return false;  // from_chars would take a sign here
   const char* const end = text.data() + text.size();
   const auto result = std::from_chars(text.data(), end, value,
                                       hex ? std::chars_format::hex : std::chars_format::general);
@@ -170,17 +159,20 @@ bool startsLikeNumber(std::string_view text) {
   return !text.empty() && (text[0] == '.' || ascii::isDigit(text[0]));
 }
 
-Held parseDouble(std::string_view text) {
-  const bool negative = text[0] == '-';
-  if (negative || text[0] == '+') text.remove_prefix(1);
-  double value = 0;
-  if (!startsLikeNumber(text) || !parseMagnitude(text, value)) return Held{};
-  if (negative) value = -value;
+/// A double as it is stored: an integer where it is whole.
+Held holdDouble(double value) {
   constexpr double kLimit = 9223372036854775808.0;  // 2^63
-  if (value >= -kLimit && value < kLimit && value == std::trunc(value)) {
-    return hold(static_cast<std::int64_t>(value));
+  if (value >= -kLimit && value < kLimit) {
+    const auto whole = static_cast<std::int64_t>(value);
+    if (static_cast<double>(whole) == value) return hold(whole);
   }
   return hold(value);
+}
+
+Held parseDouble(std::string_view magnitude, bool negative) {
+  double value = 0;
+  if (!startsLikeNumber(magnitude) || !parseMagnitude(magnitude, value)) return Held{};
+  return holdDouble(negative ? -value : value);
 }
 
 Held parseInteger(std::string_view text) {
@@ -190,13 +182,21 @@ Held parseInteger(std::string_view text) {
   return hold(clampUnsigned(number));
 }
 
-constexpr std::array<bool, 256> kNumberBytes = [] {
-  std::array<bool, 256> table{};
-  for (const char c : std::string_view("+-.x0123456789ABCDEFabcdef")) {
-    table[static_cast<unsigned char>(c)] = true;
+/// The usual number: a few decimal digits. False when the long way has to decide.
+bool parseCommon(std::string_view magnitude, bool negative, Held& number) {
+  Decimal decimal;
+  if (!splitDecimal(magnitude, decimal)) return false;
+  if (decimal.hasPoint) {
+    if (decimal.digits > std::uint64_t{1} << 53) return false;
+    // Both numbers are exact, so that the one division rounds correctly.
+    const double value = static_cast<double>(decimal.digits) / kPowersOfTen[decimal.decimals];
+    number = holdDouble(negative ? -value : value);
+    return true;
   }
-  return table;
-}();
+  if (magnitude[0] == '0' && magnitude.size() > 1) return false;  // octal
+  number = negative ? hold(-static_cast<std::int64_t>(decimal.digits)) : hold(decimal.digits);
+  return true;
+}
 
 unsigned detectBase(std::string_view text) {
   if (text.empty() || text[0] != '0') return 10;
@@ -262,20 +262,14 @@ bool parseIntegerName(std::string_view text, std::int64_t& value) {
   return true;
 }
 
-bool isNumberByte(char c) { return kNumberBytes[static_cast<unsigned char>(c)]; }
-
 Held parseNumber(std::string_view text) {
   if (text.empty()) return Held{};
-  if (text.size() < 19 && text[0] != '0') {
-    // Most numbers are a few decimal digits.
-    std::uint64_t value = 0;
-    const auto digit = [&](char c) {
-      value = value * 10 + static_cast<std::uint64_t>(c - '0');
-      return ascii::isDigit(c);
-    };
-    if (std::all_of(text.begin(), text.end(), digit)) return hold(value);
-  }
-  return text.find('.') == std::string_view::npos ? parseInteger(text) : parseDouble(text);
+  const bool negative = text[0] == '-';
+  const std::string_view magnitude = text.substr(negative || text[0] == '+' ? 1 : 0);
+  Held number;
+  if (parseCommon(magnitude, negative, number)) return number;
+  const bool hasPoint = text.find('.') != std::string_view::npos;
+  return hasPoint ? parseDouble(magnitude, negative) : parseInteger(text);
 }
 
 }  // namespace vexo::variant

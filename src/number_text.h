@@ -2,6 +2,7 @@
 #ifndef VEXO_VARIANT_SRC_NUMBER_TEXT_H
 #define VEXO_VARIANT_SRC_NUMBER_TEXT_H
 
+#include <array>
 #include <cstdint>
 #include <string_view>
 
@@ -37,8 +38,16 @@ std::uint64_t clampUnsigned(const IntegerPrefix& number);
 /// not.
 bool parseIntegerName(std::string_view text, std::int64_t& value);
 
+inline constexpr std::array<bool, 256> kNumberBytes = [] {
+  std::array<bool, 256> table{};
+  for (const char c : std::string_view("+-.x0123456789ABCDEFabcdef")) {
+    table[static_cast<unsigned char>(c)] = true;
+  }
+  return table;
+}();
+
 /// Whether the byte may occur in a number.
-bool isNumberByte(char c);
+inline bool isNumberByte(char c) { return kNumberBytes[static_cast<unsigned char>(c)]; }
 
 /// A text of number bytes as a value: with a '.' a double, or an INT64 where it is whole; after a
 /// '-' an INT64; else a UINT64; integers in base 0. Null when the text is not a number as a whole.

@@ -1,5 +1,4 @@
 // Lookups, removal, counts, compaction, stringification, key chains.
-#include <cmath>
 #include <cstring>
 #include <limits>
 
@@ -76,14 +75,19 @@ Held compactSigned(std::int64_t value) {
   return hold(value);
 }
 
+/// Only what comes back the same from an integer becomes one: not fractions, NaN or what is too
+/// large.
 Held compactDouble(double value) {
   constexpr double kSignedEnd = 9223372036854775808.0;     // 2^63
   constexpr double kUnsignedEnd = 18446744073709551616.0;  // 2^64
-  if (std::trunc(value) != value) return hold(value);      // fractions and NaN
-  if (value < 0) {
-    return value >= -kSignedEnd ? compactSigned(static_cast<std::int64_t>(value)) : hold(value);
+  if (value < 0 && value >= -kSignedEnd) {
+    const auto whole = static_cast<std::int64_t>(value);
+    if (static_cast<double>(whole) == value) return compactSigned(whole);
+  } else if (value >= 0 && value < kUnsignedEnd) {
+    const auto whole = static_cast<std::uint64_t>(value);
+    if (static_cast<double>(whole) == value) return compactUnsigned(whole);
   }
-  return value < kUnsignedEnd ? compactUnsigned(static_cast<std::uint64_t>(value)) : hold(value);
+  return hold(value);
 }
 
 struct Compactor : TreeVisitor<Variant> {

@@ -20,7 +20,7 @@ Variant& Variant::PreValidate(const char* key, VariantType type, bool caseSensit
   if (found == nullptr && !caseSensitive) found = GetKeyChain(type, name, false);
   Variant value = found == nullptr ? defaultValue : *found;
   ensureMap(*this);
-  if (!caseSensitive) RemoveValue(name, false);
+  if (!caseSensitive) RemoveValue(name.c_str(), false);
   return (*this)[name] = std::move(value);
 }
 

@@ -254,7 +254,7 @@ TEST(Bin, EveryTruncationOfTheExampleFailsWithAllThatCameBefore) {
   auto step = steps.begin();
   for (std::uint32_t length = 0; length < whole.size(); ++length) {
     if (std::next(step) != steps.end() && std::next(step)->first == length) ++step;
-    const Bytes cut(whole.begin(), whole.begin() + length);  // nothing readable behind it
+    const Bytes cut(whole.data(), whole.data() + length);  // nothing readable behind it
     Variant value = 5;
     EXPECT_EQ(value.FromBIN(cut.data(), length), 0u);
     EXPECT_EQ(json(value), step->second) << length;
@@ -338,7 +338,7 @@ TEST(Bin, NumbersOfSevenBitGroups) {
     for (const std::uint64_t value : {first, first + 1, last - 1, last}) {
       Bytes bytes(8, 0xAA);
       EXPECT_EQ(ToU56(value, bytes.data()), width) << value;
-      EXPECT_EQ(Bytes(bytes.begin() + width, bytes.end()), Bytes(8 - width, 0xAA)) << value;
+      EXPECT_EQ(Bytes(bytes.data() + width, bytes.data() + 8), Bytes(8 - width, 0xAA)) << value;
       bytes.resize(width);
       std::uint64_t back = 1;
       EXPECT_EQ(FromU56(bytes.data(), width, back), width);

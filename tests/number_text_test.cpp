@@ -76,9 +76,11 @@ class NumberText : public testing::Test {
     ASSERT_EQ(numberText(value, buffer), expected);
   }
 
+  std::size_t pick(std::size_t count) { return static_cast<std::size_t>(random_() % count); }
+
   std::string randomText(const std::string& alphabet, std::size_t longest) {
-    std::string text(1 + random_() % longest, ' ');
-    for (char& c : text) c = alphabet[random_() % alphabet.size()];
+    std::string text(1 + pick(longest), ' ');
+    for (char& c : text) c = alphabet[pick(alphabet.size())];
     return text;
   }
 
@@ -177,19 +179,19 @@ TEST_F(NumberText, RandomTextsAreReadAsTheCLibraryDoes) {
   for (int i = 0; i < 200'000; ++i) {
     const std::string text = randomText(kNumberBytes, 12);
     ASSERT_NO_FATAL_FAILURE(check(text));
-    ASSERT_NO_FATAL_FAILURE(checkPrefix((random_() % 4 == 0 ? " " : "") + text));
+    ASSERT_NO_FATAL_FAILURE(checkPrefix((pick(4) == 0 ? " " : "") + text));
   }
 }
 
 TEST_F(NumberText, RandomDecimalAndHexadecimalFractionsAreReadAsTheCLibraryDoes) {
   for (int i = 0; i < 50'000; ++i) {
-    const bool isHex = random_() % 4 == 0;
+    const bool isHex = pick(4) == 0;
     std::string text = randomText(isHex ? "0123456789abcdefABCDEF" : "0123456789", 25);
-    text.insert(random_() % (text.size() + 1), 1, '.');
-    if (!isHex && random_() % 2 == 0) {
-      text += (random_() % 2 == 0 ? "e-" : "E") + std::to_string(random_() % 345);
+    text.insert(pick(text.size() + 1), 1, '.');
+    if (!isHex && pick(2) == 0) {
+      text += (pick(2) == 0 ? "e-" : "E") + std::to_string(pick(345));
     }
-    const std::string sign = random_() % 3 == 0 ? "-" : "";
+    const std::string sign = pick(3) == 0 ? "-" : "";
     ASSERT_NO_FATAL_FAILURE(check(sign + (isHex ? "0x" : "") + text));
   }
 }
@@ -216,8 +218,8 @@ TEST_F(NumberText, DoublesAreWrittenAsPrintfDoes) {
   for (int power = -80; power <= 70; ++power) values.push_back(std::ldexp(1.0, power));
   for (int i = 0; i < 2000; ++i) {
     // Odd multiples of 2^-7 lie half-way between two texts of six decimals.
-    values.push_back(static_cast<double>(random_() % 100'000'000) / 128);
-    values.push_back(static_cast<double>(random_() % 1000) + 255.0 / 256);
+    values.push_back(static_cast<double>(pick(100'000'000)) / 128);
+    values.push_back(static_cast<double>(pick(1000)) + 255.0 / 256);
   }
   for (const double value : values) {
     for (const double near : {value, std::nextafter(value, 0.0), std::nextafter(value, 1e300)}) {

@@ -97,7 +97,7 @@ using IfNarrowInteger =
 
 /// A pointer that must not turn into a bool: any but pointers to char.
 template <class T>
-using IfStrangePointer = std::enable_if_t<!std::is_same_v<std::remove_cv_t<T>, char>, int>;
+using IfStrangePointer = std::enable_if_t<!kIsOneOf<T, char, const char>, int>;
 
 /// `char` and `wchar_t` count as signed everywhere, though their signedness differs by target.
 template <class T>
@@ -308,6 +308,14 @@ class VEXO_VARIANT_API Variant {
   bool operator!=(T value) const noexcept {
     return !(*this == value);
   }
+  template <class T, detail::IfStrangePointer<T> = 0>
+  bool operator==(T*) const = delete;
+  template <class T, detail::IfStrangePointer<T> = 0>
+  bool operator!=(T*) const = delete;
+  template <class T, class C>
+  bool operator==(T C::*) const = delete;
+  template <class T, class C>
+  bool operator!=(T C::*) const = delete;
 
   // --- Iteration ---------------------------------------------------------------------------------
   // The iterators of the two member sets of a map; anything else is a contract violation ("Invalid
@@ -530,6 +538,10 @@ class VEXO_VARIANT_API BaseVariantContainer : public Variant {
 
 namespace detail {
 
+/// The right side must be a value, not something that could become one.
+template <class V>
+using IfVariant = std::enable_if_t<std::is_base_of_v<Variant, V>, int>;
+
 /// What may stand to the left of `== variant`.
 template <class T>
 using IfComparable =
@@ -540,14 +552,18 @@ using IfComparable =
 
 }  // namespace detail
 
-template <class T, detail::IfComparable<T> = 0>
-bool operator==(const T& value, const Variant& variant) noexcept {
-  return variant.operator==(value);
+template <class T, class V, detail::IfVariant<V> = 0, detail::IfComparable<T> = 0>
+bool operator==(const T& value, const V& variant) noexcept {
+  return variant.Variant::operator==(value);
 }
-template <class T, detail::IfComparable<T> = 0>
-bool operator!=(const T& value, const Variant& variant) noexcept {
-  return !variant.operator==(value);
+template <class T, class V, detail::IfVariant<V> = 0, detail::IfComparable<T> = 0>
+bool operator!=(const T& value, const V& variant) noexcept {
+  return !variant.Variant::operator==(value);
 }
+template <class T, class V, detail::IfVariant<V> = 0, detail::IfStrangePointer<T> = 0>
+bool operator==(T*, const V&) = delete;
+template <class T, class V, detail::IfVariant<V> = 0, detail::IfStrangePointer<T> = 0>
+bool operator!=(T*, const V&) = delete;
 
 #endif
 
