@@ -1,6 +1,8 @@
 #include "json_writer.h"
 
+#include <algorithm>
 #include <array>
+#include <cstdint>
 
 #include "log_area.h"
 #include "number_text.h"
@@ -44,6 +46,11 @@ std::size_t plainPrefix(std::string_view text) {
 }
 
 }  // namespace
+
+void JsonWriter::indent() {
+  const std::uint64_t spaces = std::uint64_t{depth_} * 4;
+  output_.fill(static_cast<std::size_t>(std::min<std::uint64_t>(spaces, SIZE_MAX)), ' ');
+}
 
 void JsonWriter::beforeName(const Variant& value) {
   if (!layout_.pretty) return;

@@ -39,7 +39,7 @@ class JsonWriter : public TreeVisitor<const Variant> {
   void separate(Mark& mark);
   void beforeName(const Variant& value);
   void afterName();
-  void indent() { output_.fill(depth_ * 4, ' '); }
+  void indent();
   void quoted(std::string_view text);
   void escaped(std::string_view text);
   bool binary(const VariantBuffer& buffer);

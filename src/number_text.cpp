@@ -79,7 +79,7 @@ std::string_view doubleText(double value, NumberBuffer& buffer) {
   const auto view = [&](const char* end) {
     return std::string_view(begin, static_cast<std::size_t>(end - begin));
   };
-  constexpr double kLimit = 9007199254740992.0;  // 2^53: from here on there is no fraction
+  constexpr double kLimit = 4503599627370496.0;  // 2^52: from here on there is no fraction
   if (!(std::fabs(value) < kLimit)) {
     return view(
         std::to_chars(begin, std::end(buffer.chars), value, std::chars_format::fixed, 6).ptr);

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstring>
+#include <stdexcept>
 #include <string>
 #include <string_view>
 
@@ -40,6 +41,7 @@ class TextSink {
  private:
   __attribute__((noinline)) void grow(std::size_t count) {
     constexpr std::size_t kFirst = 240;
+    if (count > output_.max_size() - size_) throw std::length_error("TextSink");
     output_.resize(std::max({size_ + count, 2 * size_, kFirst}));
   }
 

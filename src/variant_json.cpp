@@ -57,8 +57,9 @@ int readText(TextCursor& cursor, Variant& target) {
 
 bool Variant::ToJSON(const std::string& key, std::string& output, bool pretty, bool withTypes,
                      unsigned int depth) const {
+  const std::string name = key;  // the caller's key may be the output itself
   JsonWriter writer(output, {pretty, withTypes}, depth);
-  writer.prefix(*this, key);
+  writer.prefix(*this, name);
   return walkTree(*this, writer);
 }
 

@@ -121,7 +121,7 @@ class Stringifier : public TreeVisitor<Variant> {
     return true;
   }
   bool leaf(Variant& value) {
-    if (typeOf(value) == V_STRING) return true;
+    if (typeOf(value) == V_STRING || findType(typeOf(value)) == nullptr) return true;
     std::string text;
     if (TextSink sink(text); !appendScalarText(value, sink)) {
       kLog.violation("Stringify", "base64 operation failed");

@@ -35,11 +35,12 @@ const VariantMap& mapOrViolation(const Variant& value) {
   return mapOf(value);
 }
 
-const Variant& memberOrViolation(const Variant& value, const std::string& key) {
+/// `name` is the key for the message.
+const Variant& memberOrViolation(const Variant& value, std::string_view key, const char* name) {
   const StringMembers& members = mapOrViolation(value).stringKeys;
   const auto found = members.find(key);
   if (found == members.end()) {
-    kLog.violation(kName, "Key not found in const variant: `%s`", key.c_str());
+    kLog.violation(kName, "Key not found in const variant: `%s`", name);
   }
   return found->second;
 }
@@ -103,11 +104,11 @@ const Variant& Variant::operator[](std::int64_t key) const {
 }
 
 const Variant& Variant::operator[](const std::string& key) const {
-  return memberOrViolation(*this, key);
+  return memberOrViolation(*this, key, key.c_str());
 }
 
 const Variant& Variant::operator[](const char* key) const {
-  return memberOrViolation(*this, std::string(textOrViolation(key)));
+  return memberOrViolation(*this, textOrViolation(key), key);
 }
 
 const Variant& Variant::operator[](const Variant& key) const {

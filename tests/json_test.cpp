@@ -535,6 +535,26 @@ TEST_F(JsonRoundTrip, TreesComeBack) {
   }
 }
 
+TEST_F(JsonRoundTrip, EveryByteAtEveryPlace) {
+  const std::string letters = "b\bf\fn\nr\rt\t\"\"\\\\//";  // each before the byte it stands for
+  for (const std::size_t length : {1u, 8u, 9u, 17u}) {
+    for (std::size_t place = 0; place < length; ++place) {
+      for (int byte = 0; byte < 256; ++byte) {
+        std::string text(length, '~');
+        text[place] = static_cast<char>(byte);
+        std::string escaped = text;
+        for (std::size_t i = 0; i < letters.size(); i += 2) {
+          if (text[place] == letters[i + 1]) escaped.replace(place, 1, {'\\', letters[i]});
+        }
+        ASSERT_EQ(json(text), "\"" + escaped + "\"");
+        ASSERT_EQ(parsed("\"" + escaped + "\""), text);
+        if (byte == '"' || byte == '\\') continue;
+        ASSERT_EQ(parsed("\"" + text + "\""), text);
+      }
+    }
+  }
+}
+
 TEST_F(JsonRoundTrip, BinKeepsEverything) {
   for (int i = 0; i < 300; ++i) {
     const Variant original = tree(4, true);

@@ -288,6 +288,22 @@ TEST(Memory, RunningOutOfItLeavesValidValuesAndNoLeaks) {
   }
 }
 
+TEST(Memory, TextThatDoesNotFitEndsWhereItWasWritten) {
+  const Variant value = parsed(kTree);
+  const std::string whole = "before" + json(value);
+  bool isDone = false;
+  for (std::size_t n = 0; !isDone; ++n) {
+    std::string text = "before";
+    try {
+      const FailingAllocation failing(n);
+      isDone = value.ToJSON("", text, false, false, 0);
+    } catch (const std::bad_alloc&) {
+      EXPECT_EQ(text, whole.substr(0, text.size()));
+      EXPECT_GE(text.size(), 6u);
+    }
+  }
+}
+
 TEST(Memory, JsonTakesNoMoreThanItsLengthIsWorth) {
   for (const char* const piece :
        {"[", "1 ", "\"\"", "[]", "[{}]", "\"b64:\"", "{\"a\":", "{\"1\":", "[[],", "{\"\\t\":1,"}) {

@@ -302,7 +302,7 @@ class VEXO_VARIANT_API Variant {
   bool operator!=(VariantType type) const noexcept;
   template <class T, detail::IfNarrowNumber<T> = 0>
   bool operator==(T value) const noexcept {
-    return *this == static_cast<detail::Compared<T>>(value);
+    return *this == static_cast<detail::Compared<T>>(static_cast<detail::Stored<T>>(value));
   }
   template <class T, detail::IfNarrowNumber<T> = 0>
   bool operator!=(T value) const noexcept {
@@ -356,11 +356,11 @@ class VEXO_VARIANT_API Variant {
   const Variant& operator[](char* key) const { return (*this)[static_cast<const char*>(key)]; }
   template <class T, detail::IfNarrowInteger<T> = 0>
   Variant& operator[](T key) {
-    return (*this)[static_cast<std::int64_t>(key)];
+    return (*this)[static_cast<std::int64_t>(static_cast<detail::Stored<T>>(key))];
   }
   template <class T, detail::IfNarrowInteger<T> = 0>
   const Variant& operator[](T key) const {
-    return (*this)[static_cast<std::int64_t>(key)];
+    return (*this)[static_cast<std::int64_t>(static_cast<detail::Stored<T>>(key))];
   }
 
   // --- Members -----------------------------------------------------------------------------------
@@ -534,8 +534,8 @@ class VEXO_VARIANT_API BaseVariantContainer : public Variant {
   virtual void NormalizeFields();
 };
 
-#if __cplusplus < 202002L  // C++20 turns `5 == v` into `v == 5` by itself
-
+// C++20 turns `5 == v` into `v == 5` by itself, but newer compilers not where the class has a `!=`
+// too; then conversions of `v` would compare, for a string its address.
 namespace detail {
 
 /// The right side must be a value, not something that could become one.
@@ -565,8 +565,6 @@ bool operator==(T*, const V&) = delete;
 template <class T, class V, detail::IfVariant<V> = 0, detail::IfStrangePointer<T> = 0>
 bool operator!=(T*, const V&) = delete;
 
-#endif
-
 /// Writes the 1 to 8 bytes of the BIN form of `value` (below 2^56) and returns their number; on a
 /// null pointer or a larger value logs "Invalid parameters supplied" at level 3 and returns 0.
 VEXO_VARIANT_API std::uint32_t ToU56(std::uint64_t value, std::uint8_t* destination);
@@ -577,7 +575,8 @@ VEXO_VARIANT_API std::uint32_t FromU56(const std::uint8_t* buffer, std::uint32_t
 
 /// Reads one JSON value, after a gap, into `target`, adding to what it holds: a scalar replaces it,
 /// null leaves it, an array appends to a map, an object merges into a map. Returns the number of
-/// bytes up to the end of the value, or -1. Numbers are not compacted.
+/// bytes up to the end of the value, or -1. Numbers are not compacted. `data` must not lie in
+/// `target`.
 VEXO_VARIANT_API int readJson(const char* data, unsigned int length, Variant& target);
 /// The same for an object whose opening brace is the first byte.
 VEXO_VARIANT_API int readJsonObject(const char* data, unsigned int length, Variant& target);
