@@ -18,6 +18,9 @@ constexpr bool isNumericType(std::uint32_t type) { return (type & kNumericBit) !
 constexpr bool isMapType(std::uint32_t type) { return type == V_MAP || type == V_TYPED_MAP; }
 constexpr bool isSignedInteger(std::uint32_t type) { return type >= V_INT8 && type <= V_INT64; }
 constexpr bool isUnsignedInteger(std::uint32_t type) { return type >= V_UINT8 && type <= V_UINT64; }
+constexpr bool isInteger(std::uint32_t type) {
+  return isSignedInteger(type) || isUnsignedInteger(type);
+}
 
 struct TypeInfo {
   std::uint32_t code;

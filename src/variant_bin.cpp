@@ -108,6 +108,7 @@ class BinWriter : public TreeVisitor<const Variant> {
   }
   /// Needs room.
   bool u56(std::uint64_t value) {
+    if (value < 0x80) return fixed(static_cast<std::uint8_t>(value));  // the most frequent by far
     const std::uint32_t width = ToU56(value, out_.here());
     out_.advance(width);
     return width > 0;
@@ -227,6 +228,10 @@ class BinReader {
   }
 
   bool u56(std::uint64_t& value) {
+    if (in_.left() > 0 && *in_.here() < 0x80) {  // the most frequent by far
+      value = in_.read<std::uint8_t>();
+      return true;
+    }
     const std::uint32_t width = FromU56(in_.here(), in_.left(), value);
     in_.advance(width);
     return width > 0;
@@ -242,7 +247,7 @@ class BinReader {
   }
 
   bool value(Variant& target) {
-    target.Free();
+    if (typeOf(target) != V_NULL) target.Free();  // a repeated key
     const std::uint32_t base = in_.position();
     if (!in_.room(base, kTagSize)) return false;
     const std::uint32_t tag = in_.read<std::uint16_t>();

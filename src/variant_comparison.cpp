@@ -20,12 +20,10 @@ bool equalTimes(const timeval& a, const timeval& b) {
 /// Compares anything but maps; numbers in the domain of the left value.
 bool equalLeaves(const Variant& left, const Variant& right) {
   const std::uint32_t type = typeOf(left);
-  if (isNumericType(type)) {
-    if (findType(type) == nullptr) return false;
-    if (type == V_DOUBLE) return right == load<double>(payloadOf(left));
-    if (isSignedInteger(type)) return right == static_cast<std::int64_t>(integerBits(left));
-    return right == integerBits(left);
-  }
+  if (isInteger(type) && isInteger(typeOf(right))) return integerBits(left) == integerBits(right);
+  if (type == V_DOUBLE) return right == load<double>(payloadOf(left));
+  if (isSignedInteger(type)) return right == static_cast<std::int64_t>(integerBits(left));
+  if (isUnsignedInteger(type)) return right == integerBits(left);
   if (type != typeOf(right)) return false;
   switch (type) {
     case V_NULL:

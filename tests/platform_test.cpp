@@ -6,17 +6,13 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <climits>
 #include <csignal>
 #include <cstdint>
-#include <cstdlib>
 #include <ctime>
 #include <filesystem>
-#include <limits>
 #include <random>
 #include <set>
 #include <string>
-#include <string_view>
 #include <thread>
 #include <utility>
 
@@ -33,103 +29,78 @@ using namespace vexo::utils;
 namespace fs = std::filesystem;
 using std::string_literals::operator""s;
 
-const unsigned char* bytesOf(const std::string& text) {
-  return reinterpret_cast<const unsigned char*>(text.data());
+/// What b64 or unb64 makes of `input` with exactly `room` bytes to write to.
+std::string recode(decltype(&b64) coder, const std::string& input, std::size_t room) {
+  std::string output(room, '\0');
+  auto length = static_cast<unsigned int>(room);
+  const unsigned int count = coder(reinterpret_cast<const unsigned char*>(input.data()),
+                                   static_cast<unsigned int>(input.size()),
+                                   reinterpret_cast<unsigned char*>(output.data()), length);
+  EXPECT_EQ(count, length);
+  return output.substr(0, count);
 }
 
-std::string encode(const std::string& data) {
-  std::string text((data.size() + 2) / 3 * 4, '\0');
-  auto length = static_cast<unsigned int>(text.size());
-  const unsigned int count = b64(bytesOf(data), static_cast<unsigned int>(data.size()),
-                                 reinterpret_cast<unsigned char*>(text.data()), length);
-  EXPECT_EQ(count, text.size());
-  EXPECT_EQ(length, text.size());
-  return text;
-}
-
-/// With exactly `room` bytes to write to.
-std::string decode(const std::string& text, unsigned int room) {
-  std::string data(room, '\0');
-  const unsigned int count = unb64(bytesOf(text), static_cast<unsigned int>(text.size()),
-                                   reinterpret_cast<unsigned char*>(data.data()), room);
-  EXPECT_EQ(count, room);
-  return data.substr(0, count);
-}
-
-TEST(Base64, KnownTextsAndRoundTrips) {
-  EXPECT_EQ(encode("f"), "Zg==");
-  EXPECT_EQ(encode("fo"), "Zm8=");
-  EXPECT_EQ(encode("\xFB\xEF\xBE\xFF\x61\x72"), "++++/2Fy");
+TEST(Base64, OneTextForEachRunOfBytes) {
+  EXPECT_EQ(recode(b64, "\xFB\xEF\xBE\xFF\x61\x72\x66", 12), "++++/2FyZg==");
   std::string data;
   for (int i = 0; i < 1021; ++i) {
-    EXPECT_EQ(decode(encode(data), static_cast<unsigned int>(data.size())), data);
+    EXPECT_EQ(recode(unb64, recode(b64, data, (data.size() + 2) / 3 * 4), data.size()), data);
     data += static_cast<char>(i * 7 + i / 256);
   }
-}
-
-TEST(Base64, RejectsWhatIsNotCanonical) {
-  for (const char* text : {"Z", "Zg=", "Zm9vY", "====", "Z===", "A=AA", "AA=A", "Zg==Zg==", "Zh==",
-                           "Zm9=", "Zm9v\nA==", "Zm-v", "AAA\x80", "AAAAAA!A", "A!AAAAAA"}) {
-    EXPECT_EQ(decode(text, 99), "") << text;
+  for (const std::string& text :
+       {"Z"s, "Zg="s, "Zm9vY"s, "===="s, "Z==="s, "A=AA"s, "AA=A"s, "Zg==Zg=="s, "Zh=="s, "Zm9="s,
+        "Zm9v\nA=="s, "Zm-v"s, "AAA\x80"s, "AA\0A"s, "AAAAAA!A"s, "A!AAAAAAAAAA"s}) {
+    EXPECT_EQ(recode(unb64, text, 99), "") << text;
   }
-  EXPECT_EQ(decode("AA\0A"s, 99), "");
 }
 
 TEST(Base64, KeepsToTheRoom) {
-  EXPECT_EQ(decode("Zm9v", 2), "");
+  EXPECT_EQ(recode(unb64, "Zm9v", 2), "");
   unsigned int length = 7;
-  EXPECT_EQ(b64(bytesOf("four"), 4, nullptr, length), 0U);
+  EXPECT_EQ(b64(nullptr, 4, nullptr, length), 0U);
   EXPECT_EQ(length, 8U);
   length = 0;
-  EXPECT_EQ(b64(nullptr, 0, nullptr, length), 0U);
-  EXPECT_EQ(unb64(nullptr, 0, nullptr, length), 0U);
+  EXPECT_EQ(b64(nullptr, 0, nullptr, length) + unb64(nullptr, 0, nullptr, length), 0U);
   length = 4;  // enough for that length modulo 2^32, which is 0
   EXPECT_EQ(b64(nullptr, 3221225472U, nullptr, length), 0U);
-  EXPECT_EQ(length, UINT_MAX);
+  EXPECT_EQ(length, UINT32_MAX);
 }
 
 using Seconds = decltype(timeval::tv_sec);
 using Microseconds = decltype(timeval::tv_usec);
 
-bool parse(std::string_view text, timeval& time) {
-  return stringToTimeval(text.data(), static_cast<unsigned int>(text.size()), &time);
-}
-
-void expectRoundTrip(std::int64_t seconds, std::int64_t microseconds, std::string_view text) {
+/// A moment that this build's timeval cannot hold must not be read, and leave the timeval alone.
+void expectRoundTrip(std::int64_t seconds, std::int64_t microseconds, const std::string& text) {
   const timeval time{static_cast<Seconds>(seconds), static_cast<Microseconds>(microseconds)};
+  const bool fits = time.tv_sec == seconds && time.tv_usec == microseconds;
   timeval read{1, 1};
-  if (time.tv_sec != seconds || time.tv_usec != microseconds) {
-    EXPECT_FALSE(parse(text, read)) << text << " fits no timeval here";
-    EXPECT_EQ(read.tv_sec, 1);
-    return;
-  }
-  EXPECT_EQ(timevalToString(&time), text);
-  EXPECT_TRUE(parse(text, read)) << text;
-  EXPECT_EQ(read.tv_sec, seconds) << text;
-  EXPECT_EQ(read.tv_usec, microseconds) << text;
+  EXPECT_EQ(stringToTimeval(text.data(), static_cast<unsigned int>(text.size()), &read), fits);
+  EXPECT_EQ(read.tv_sec, fits ? seconds : 1) << text;
+  EXPECT_EQ(read.tv_usec, fits ? microseconds : 1) << text;
+  EXPECT_EQ(fits ? timevalToString(&time) : text, text);
 }
 
 TEST(Time, KnownMomentsBothWays) {
-  constexpr auto kMin = std::numeric_limits<std::int64_t>::min();
-  constexpr auto kMax = std::numeric_limits<std::int64_t>::max();
   const struct {
     std::int64_t seconds, microseconds;
     const char* text;
-  } known[] = {{0, 0, "1970-01-01T00:00:00.000000Z"},
-               {1795375980, 250, "2026-11-22T19:33:00.000250Z"},
-               {-1, 999999, "1969-12-31T23:59:59.999999Z"},
-               {-2203891200, 0, "1900-03-01T00:00:00.000000Z"},
-               {INT32_MAX, 1, "2038-01-19T03:14:07.000001Z"},
-               {INT32_MAX + 1LL, 0, "2038-01-19T03:14:08.000000Z"},
-               {INT32_MIN - 1LL, 0, "1901-12-13T20:45:51.000000Z"},
-               {253402300800, 0, "+10000-01-01T00:00:00.000000Z"},
-               {-62167219200, 0, "0000-01-01T00:00:00.000000Z"},
-               {-62167219201, 0, "-0001-12-31T23:59:59.000000Z"},
-               {kMax, 999999, "+292277026596-12-04T15:30:07.999999Z"},
-               {kMin, 0, "-292277022657-01-27T08:29:52.000000Z"},
-               {-5, -1, "timeval(-5,-1)"},
-               {kMin, INT32_MIN, "timeval(-9223372036854775808,-2147483648)"},
-               {kMax, kMin, "timeval(9223372036854775807,-9223372036854775808)"}};
+  } known[] = {
+      // clang-format off
+      {0,              0,         "1970-01-01T00:00:00.000000Z"},
+      {1795375980,     250,       "2026-11-22T19:33:00.000250Z"},
+      {951782400,      0,         "2000-02-29T00:00:00.000000Z"},
+      {INT32_MAX,      1,         "2038-01-19T03:14:07.000001Z"},
+      {2147483648,     0,         "2038-01-19T03:14:08.000000Z"},
+      {-2147483649,    0,         "1901-12-13T20:45:51.000000Z"},
+      {253402300800,   0,         "+10000-01-01T00:00:00.000000Z"},
+      {-62167219201,   0,         "-0001-12-31T23:59:59.000000Z"},
+      {INT64_MAX,      999999,    "+292277026596-12-04T15:30:07.999999Z"},
+      {INT64_MIN,      0,         "-292277022657-01-27T08:29:52.000000Z"},
+      {0,              1000000,   "timeval(0,1000000)"},
+      {INT64_MIN,      INT32_MIN, "timeval(-9223372036854775808,-2147483648)"},
+      {INT64_MAX,      INT64_MIN, "timeval(9223372036854775807,-9223372036854775808)"},
+      // clang-format on
+  };
   for (const auto& [seconds, microseconds, text] : known) {
     expectRoundTrip(seconds, microseconds, text);
   }
@@ -137,12 +108,9 @@ TEST(Time, KnownMomentsBothWays) {
 
 /// A text is a timestamp exactly when that timestamp is written so.
 void expectOnlyCanonical(const std::string& text) {
-  timeval time{7, 7};
-  if (parse(text, time)) {
-    EXPECT_EQ(timevalToString(&time), text);
-  } else {
-    EXPECT_TRUE(time.tv_sec == 7 && time.tv_usec == 7) << text;
-  }
+  timeval time{7, -7};
+  const bool isRead = stringToTimeval(text.data(), static_cast<unsigned int>(text.size()), &time);
+  EXPECT_EQ(timevalToString(&time), isRead ? text : "timeval(7,-7)") << text;
 }
 
 TEST(Time, NothingIsMisread) {
@@ -151,8 +119,7 @@ TEST(Time, NothingIsMisread) {
         "+2026-11-22T24:00:00.000250Z", "-0001-10-30T00:00:00.100000Z",
         "+292277026596-12-04T15:30:07.999999Z", "-292277022657-01-27T08:29:52.000000Z",
         "+999999999999-12-31T23:59:59.999999Z", "-999999999999-01-01T00:00:00.000000Z",
-        "+9223372036854775807-01-01T00:00:00.000000Z", "timeval(0,1000000)",
-        "timeval(-9223372036854775808,9223372036854775807)"}) {
+        "timeval(0,1000000)", "timeval(-9223372036854775808,9223372036854775807)"}) {
     for (std::size_t i = 0; i < seed.size(); ++i) {
       expectOnlyCanonical(seed.substr(0, i));
       expectOnlyCanonical(std::string(seed).erase(i, 1));
@@ -173,7 +140,6 @@ TEST(Time, AgreesWithTheCLibrary) {
     const auto second = static_cast<std::time_t>(seconds(random));
     std::tm tm{};
     gmtime_r(&second, &tm);
-    ASSERT_EQ(timegm(&tm), second);
     expectRoundTrip(second, i,
                     format("%04d-%02d-%02dT%02d:%02d:%02d.%06dZ", tm.tm_year + 1900, tm.tm_mon + 1,
                            tm.tm_mday, tm.tm_hour, tm.tm_min, tm.tm_sec, i));
@@ -186,17 +152,17 @@ TEST(Time, AgreesWithTheCLibrary) {
 class FileTest : public testing::Test {
  protected:
   void SetUp() override {
-    std::string path = testing::TempDir() + "platform_test_XXXXXX";
-    ASSERT_NE(mkdtemp(path.data()), nullptr);
-    directory_ = path + "/";
+    ASSERT_NE(mkdtemp(directory_.data()), nullptr);
+    directory_ += '/';
     umask_ = umask(022);
   }
   void TearDown() override {
     umask(umask_);
-    chmod(directory_.c_str(), 0700);
+    fs::permissions(directory_, fs::perms::owner_all);
     fs::remove_all(directory_);
   }
 
+  std::string path(const std::string& name) const { return directory_ + name; }
   std::set<std::string> names() const {
     std::set<std::string> found;
     for (const auto& entry : fs::directory_iterator(directory_)) {
@@ -204,8 +170,6 @@ class FileTest : public testing::Test {
     }
     return found;
   }
-  std::string path(const std::string& name) const { return directory_ + name; }
-
   static bool write(const std::string& path, const std::string& text) {
     File file;
     return file.Initialize(path, FILE_OPEN_MODE_WRITE, 0) && file.WriteString(text);
@@ -213,17 +177,11 @@ class FileTest : public testing::Test {
   static std::string read(const std::string& path) {
     File file;
     std::string text;
-    EXPECT_TRUE(file.Initialize(path, FILE_OPEN_MODE_READ, 0)) << path;
-    EXPECT_TRUE(file.ReadStringAll(text));
+    EXPECT_TRUE(file.Initialize(path, FILE_OPEN_MODE_READ, 0) && file.ReadStringAll(text)) << path;
     return text;
   }
-  static struct stat statusOf(const std::string& path) {
-    struct stat status {};
-    EXPECT_EQ(stat(path.c_str(), &status), 0) << path;
-    return status;
-  }
 
-  std::string directory_;
+  std::string directory_ = testing::TempDir() + "platform_test_XXXXXX";
   mode_t umask_ = 0;
 };
 
@@ -231,18 +189,16 @@ using Names = std::set<std::string>;
 
 TEST_F(FileTest, ReplacesAtTheFirstWriteAndAppendsAfterwards) {
   ASSERT_TRUE(write(path("f"), "old and long"));
-  const ino_t old = statusOf(path("f")).st_ino;
+  fs::create_hard_link(path("f"), path("old"));
   File file;
   ASSERT_TRUE(file.Initialize(path("f"), FILE_OPEN_MODE_WRITE, 0));
   EXPECT_EQ(read(path("f")), "old and long");
-  EXPECT_TRUE(file.WriteString("new"));
-  EXPECT_NE(statusOf(path("f")).st_ino, old) << "not a new file";
-  EXPECT_TRUE(file.WriteString("er"));
+  EXPECT_TRUE(file.WriteString("new") && file.WriteString("er"));
   EXPECT_EQ(read(path("f")), "newer");
+  EXPECT_EQ(read(path("old")), "old and long") << "not a new file";
   EXPECT_TRUE(write(path("f"), ""));
   EXPECT_EQ(read(path("f")), "");
-  EXPECT_TRUE(write(path("new"), ""));
-  EXPECT_EQ(names(), (Names{"f", "new"}));
+  EXPECT_EQ(names(), (Names{"f", "old"}));
 }
 
 TEST_F(FileTest, WithoutAWriteOrWithAFailedOneNothingChanges) {
@@ -267,15 +223,14 @@ TEST_F(FileTest, WithoutAWriteOrWithAFailedOneNothingChanges) {
 }
 
 TEST_F(FileTest, PermissionsAreKeptAndNewFilesFollowTheUmask) {
-  for (const mode_t mode : {0600U, 0640U, 0777U, 0604U}) {
-    ASSERT_TRUE(write(path("f"), "x"));
-    ASSERT_EQ(chmod(path("f").c_str(), mode), 0);
-    ASSERT_TRUE(write(path("f"), "y"));
-    EXPECT_EQ(statusOf(path("f")).st_mode & 07777, mode);
-  }
   umask(027);
-  ASSERT_TRUE(write(path("new"), "x"));
-  EXPECT_EQ(statusOf(path("new")).st_mode & 07777, 0640U);
+  ASSERT_TRUE(write(path("f"), "x"));
+  EXPECT_EQ(fs::status(path("f")).permissions(), fs::perms{0640});
+  for (const fs::perms mode : {fs::perms{0604}, fs::perms{0777}}) {
+    fs::permissions(path("f"), mode);
+    ASSERT_TRUE(write(path("f"), "y"));
+    EXPECT_EQ(fs::status(path("f")).permissions(), mode);
+  }
 }
 
 TEST_F(FileTest, FollowsSymbolicLinks) {
@@ -286,15 +241,10 @@ TEST_F(FileTest, FollowsSymbolicLinks) {
     EXPECT_EQ(read(path("f")), text);
     EXPECT_EQ(names(), (Names{"f", "relative", "absolute"}));
   }
-  fs::create_symlink("loop", path("loop"));
-  EXPECT_FALSE(write(path("loop"), "x"));
-  fs::create_symlink("none/f", path("lost"));
-  EXPECT_FALSE(write(path("lost"), "x"));
 }
 
 TEST_F(FileTest, AnOpenFileUnderProcIsWrittenInPlace) {
   const int fd = open(path("f").c_str(), O_RDWR | O_CREAT, 0600);
-  EXPECT_TRUE(write(format("/proc/self/fd/%d", fd), "text"));
   unlink(path("f").c_str());
   EXPECT_TRUE(write(format("/proc/self/fd/%d", fd), "new"));
   EXPECT_EQ(read(format("/proc/self/fd/%d", fd)), "new");
@@ -303,15 +253,16 @@ TEST_F(FileTest, AnOpenFileUnderProcIsWrittenInPlace) {
 }
 
 TEST_F(FileTest, RefusesWhatIsNoFile) {
-  for (const std::string& bad : {""s, directory_, directory_ + ".", path("none/f"), path("f\0g"s),
-                                 path("none/"), path(std::string(256, 'n'))}) {
+  fs::create_symlink("loop", path("loop"));
+  fs::create_symlink("none/f", path("lost"));
+  for (const std::string& bad : {""s, directory_, path("."), path("none/f"), path("f\0g"s),
+                                 path("none/"), path("loop"), path("lost")}) {
     File file;
     EXPECT_FALSE(file.Initialize(bad, FILE_OPEN_MODE_READ, 0)) << bad;
     EXPECT_FALSE(file.Initialize(bad, FILE_OPEN_MODE_WRITE, 0)) << bad;
-    EXPECT_FALSE(file.WriteString("") || file.ReadBuffer(nullptr, 0));
-    EXPECT_EQ(file.Size(), 0U);
+    EXPECT_FALSE(file.WriteString("") || file.ReadBuffer(nullptr, 0) || file.Size() > 0);
   }
-  EXPECT_EQ(names(), Names{});
+  EXPECT_EQ(names(), (Names{"loop", "lost"}));
 }
 
 TEST_F(FileTest, LongNamesWorkAndTheWorkingDirectoryMayChange) {
@@ -324,6 +275,7 @@ TEST_F(FileTest, LongNamesWorkAndTheWorkingDirectoryMayChange) {
   File file;
   EXPECT_TRUE(file.Initialize(name, FILE_OPEN_MODE_WRITE, 0));
   fs::current_path(home);
+  EXPECT_EQ(names().begin()->find('.', 1), 100U) << "the temporary name is cut between characters";
   EXPECT_TRUE(file.WriteString("x"));
   EXPECT_EQ(names(), Names{name});
 }
@@ -333,10 +285,10 @@ TEST_F(FileTest, PermissionDecides) {
     GTEST_SKIP() << "root is refused nothing";
   }
   ASSERT_TRUE(write(path("f"), "long text"));
-  ASSERT_EQ(chmod(path("f").c_str(), 0400), 0);
+  fs::permissions(path("f"), fs::perms{0400});
   EXPECT_FALSE(write(path("f"), "x")) << "read-only file";
-  ASSERT_EQ(chmod(path("f").c_str(), 0600), 0);
-  ASSERT_EQ(chmod(directory_.c_str(), 0500), 0);
+  fs::permissions(path("f"), fs::perms{0600});
+  fs::permissions(directory_, fs::perms{0500});
   EXPECT_TRUE(write(path("f"), "short")) << "in place";
   EXPECT_FALSE(write(path("g"), "x")) << "read-only directory";
   EXPECT_EQ(read(path("f")), "short");
@@ -353,8 +305,7 @@ void expectContent(const std::string& path, const std::string& content) {
   std::string rest;
   EXPECT_TRUE(file.ReadStringAll(rest));
   EXPECT_TRUE(rest == content.substr(16)) << path;
-  EXPECT_EQ(file.Size(), 0U);
-  EXPECT_FALSE(file.ReadBuffer(part, 1) || file.WriteString("x"));
+  EXPECT_FALSE(file.ReadBuffer(part, 1) || file.WriteString("x") || file.Size() > 0);
 }
 
 TEST_F(FileTest, ReadsFilesPipesAndProc) {
@@ -369,13 +320,9 @@ TEST_F(FileTest, ReadsFilesPipesAndProc) {
   EXPECT_EQ(names(), (Names{"f", "p"}));
 }
 
-TEST_F(FileTest, Devices) {
+TEST_F(FileTest, DevicesMayFail) {
   EXPECT_TRUE(write("/dev/null", "x"));
   EXPECT_FALSE(write("/dev/full", "x"));
-  EXPECT_EQ(read("/dev/null"), "");
-}
-
-TEST_F(FileTest, AFailedReadLeavesTheString) {
   File file;
   ASSERT_TRUE(file.Initialize("/proc/self/mem", FILE_OPEN_MODE_READ, 0));
   std::string text = "same";
@@ -386,8 +333,7 @@ TEST_F(FileTest, AFailedReadLeavesTheString) {
 
 TEST(IOBuffer, IsAQueue) {
   IOBuffer buffer;
-  EXPECT_TRUE(buffer.ReadFromBuffer(nullptr, 0));
-  EXPECT_TRUE(buffer.Ignore(0));
+  EXPECT_TRUE(buffer.ReadFromBuffer(nullptr, 0) && buffer.Ignore(0));
   std::uint8_t next = 0, expected = 0;
   for (std::uint32_t round = 0; round < 300; ++round) {
     for (std::uint32_t i = 0; i <= round; ++i, ++next) {
@@ -407,8 +353,7 @@ TEST(IOBuffer, IsAQueue) {
 }
 
 TEST(Format, AnyLength) {
-  EXPECT_EQ(format("%s", ""), "");
-  EXPECT_EQ(format("%d:%s", -7, "x"), "-7:x");
+  EXPECT_EQ(format("%s", "") + format("%d:%s", -7, "x"), "-7:x");
   EXPECT_EQ(format("%70000d", 1), std::string(69999, ' ') + "1");
 }
 
@@ -418,11 +363,11 @@ TEST(HostLog, OneLineOfAnyLength) {
   if (symbol == nullptr) {
     GTEST_SKIP() << "the platform is not a shared library";
   }
-  const auto log = reinterpret_cast<decltype(&logInternal)>(symbol);
-  for (const std::size_t length : {0U, 1000U, 1001U, 1002U, 1003U, 1004U, 1005U, 1006U, 30000U}) {
+  for (const std::size_t length : {0U, 1000U, 1001U, 1002U, 1003U, 1004U, 30000U}) {
     const std::string message(length, 'm');
     testing::internal::CaptureStderr();
-    log("mod", "src/a", "Do", 12, 3, 0, 0, "%s\n%s\x1B", message.c_str(), "b");
+    reinterpret_cast<decltype(&logInternal)>(symbol)("mod", "src/a", "Do", 12, 3, 0, 0,
+                                                     "%s\n%s\x1B", message.c_str(), "b");
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "E mod src/a:12 Do: " + message + " b \n");
   }
 }

@@ -162,13 +162,7 @@ class MemberMap {
   /// Adds a member whose key is above all others, which the caller knows. Constant time.
   template <class K, class... Args>
   T& append(K&& key, Args&&... args) {
-    if (root_ != nullptr && root_->size < root_->capacity) {
-      value_type* slot = elementsOf(root_) + root_->size;
-      construct(slot, std::forward<K>(key), std::forward<Args>(args)...);
-      ++root_->size;
-      return slot->second;
-    }
-    return insertAfter(last(), std::forward<K>(key), std::forward<Args>(args)...)->second;
+    return insertAtEnd(std::forward<K>(key), std::forward<Args>(args)...)->second;
   }
 
   /// Returns the iterator behind the erased element.
@@ -471,27 +465,47 @@ class MemberMap {
   /// Adds an element behind `below` in key order (null: in front of all).
   template <class K, class... Args>
   value_type* insertAfter(value_type* below, K&& key, Args&&... args) {
+    if (below == last()) return insertAtEnd(std::forward<K>(key), std::forward<Args>(args)...);
+    Spread& all = makeSpread();
+    makeIndex(all);
+    return insertIndexed(all, below, std::forward<K>(key), std::forward<Args>(args)...);
+  }
+
+  template <class K, class... Args>
+  value_type* insertAtEnd(K&& key, Args&&... args) {
     if (root_ == nullptr) root_ = newBlock(firstCapacity());
-    const bool atEnd = below == last();
-    if (!spread() && atEnd && root_->size < root_->capacity) {
+    if (root_->size < root_->capacity) {
       value_type* const slot = elementsOf(root_) + root_->size;
       construct(slot, std::forward<K>(key), std::forward<Args>(args)...);
       ++root_->size;
       return slot;
     }
     Spread& all = makeSpread();
-    if (!atEnd) makeIndex(all);
+    if (all.indexed()) {
+      return insertIndexed(all, last(), std::forward<K>(key), std::forward<Args>(args)...);
+    }
+    makeRoom(all);
+    value_type* const slot = all.at(all.used);
+    construct(slot, std::forward<K>(key), std::forward<Args>(args)...);
+    ++all.used;
+    ++all.size;
+    return slot;
+  }
+
+  template <class K, class... Args>
+  static value_type* insertIndexed(Spread& all, value_type* below, K&& key, Args&&... args) {
     makeRoom(all);
     const bool reuse = all.freeSlot != kNone;
     const std::uint32_t position = reuse ? all.freeSlot : all.used;
     value_type* const slot = all.at(position);
     construct(slot, std::forward<K>(key), std::forward<Args>(args)...);
-    if (all.indexed()) {
-      enterIndex(all, slot);
-      if (reuse) all.freeSlot = all.links[position].next;
-      chain(all, position, below == nullptr ? kNone : all.positionOf(below));
+    enterIndex(all, slot);
+    if (reuse) {
+      all.freeSlot = all.links[position].next;
+    } else {
+      ++all.used;
     }
-    if (!reuse) ++all.used;
+    chain(all, position, below == nullptr ? kNone : all.positionOf(below));
     ++all.size;
     return slot;
   }
