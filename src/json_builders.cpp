@@ -20,11 +20,10 @@ bool DirectJsonBuilder::element() {
   return target_ != nullptr;
 }
 
-bool DirectJsonBuilder::name(std::string_view text, bool) {
+void DirectJsonBuilder::name(std::string_view text, bool) {
   Variant& object = *open_.top().value;
   std::int64_t key = 0;
   target_ = parseIntegerName(text, key) ? &memberAt(object, key) : &memberAt(object, text);
-  return true;
 }
 
 void DirectJsonBuilder::text(std::string_view text) { assignText(*target_, text); }
@@ -34,7 +33,7 @@ void GatheringJsonBuilder::text(std::string_view text) {
   value = holdMarkedText(text);
 }
 
-bool GatheringJsonBuilder::name(std::string_view text, bool lasting) {
+void GatheringJsonBuilder::name(std::string_view text, bool lasting) {
   Container& object = open_.top();
   Name name{0, nullptr, 0, names_.size() - object.firstName};
   std::int64_t key = 0;
@@ -48,7 +47,6 @@ bool GatheringJsonBuilder::name(std::string_view text, bool lasting) {
   }
   if (object.isSorted && names_.size() > object.firstName) object.isSorted = names_.top() < name;
   names_.push(name);
-  return true;
 }
 
 bool GatheringJsonBuilder::close() {

@@ -26,7 +26,7 @@ class DirectJsonBuilder {
   /// An empty container replaces anything but a map.
   bool close();
   bool element();
-  bool name(std::string_view text, bool lasting);
+  void name(std::string_view text, bool lasting);
 
   void null() {}
   void boolean(bool value) { *target_ = value; }
@@ -61,7 +61,7 @@ class GatheringJsonBuilder {
   bool close();
   bool element() { return true; }
   /// `lasting` tells that the text is a part of the input.
-  bool name(std::string_view text, bool lasting);
+  void name(std::string_view text, bool lasting);
 
   void null() { values_.push(Held{}); }
   void boolean(bool value) { values_.push(hold(value)); }

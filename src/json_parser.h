@@ -14,8 +14,9 @@ namespace vexo::variant {
 /// Reads one value without recursion; the builder keeps the open containers. A builder has
 /// - depth(), inObject(): the open containers, and the kind of the innermost;
 /// - openArray(), openObject(), and close(), which returns false to stop the parse;
-/// - element() and name(text): a value follows for a new element or the member of that name; false
-///   when there is no place for it;
+/// - element(): a value follows for a new element; false when there is no key left for it;
+/// - name(text, lasting): a value follows for the member of that name; `lasting` tells that the text
+///   is a part of the input;
 /// - null(), boolean(bool), number(Held), text(string_view): the value.
 template <class Builder>
 class JsonParser {
