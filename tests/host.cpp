@@ -1,18 +1,15 @@
 #include "host.h"
 
-#include <gtest/gtest.h>
-#include <malloc.h>
 #include <pthread.h>
 
-#include <algorithm>
 #include <atomic>
 #include <clocale>
 #include <cstdarg>
 #include <cstdio>
-#include <cstdlib>
+#include <cstring>
 #include <mutex>
 #include <new>
-#include <ostream>
+#include <regex>
 
 #include "vexo_host/host.h"
 
@@ -22,23 +19,18 @@ std::mutex messagesMutex;
 vexo::tests::Messages messages;
 
 thread_local std::size_t allocations = 0;
-thread_local std::size_t failAt = static_cast<std::size_t>(-1);
-thread_local bool failLasting = false;
+thread_local std::size_t firstFailure = SIZE_MAX, lastFailure = SIZE_MAX;
 thread_local bool failed = false;
-std::atomic<std::size_t> blocks{0};
-std::atomic<std::size_t> bytes{0};
-std::atomic<std::size_t> peak{0};
+std::atomic<std::size_t> blocks{0}, bytes{0}, peak{0};
 
 /// In front of every block: its size, and padding that keeps the alignment.
 constexpr std::size_t kPrefix = alignof(std::max_align_t);
 
 void* allocate(std::size_t size) {
   const std::size_t number = allocations++;
-  if (number == failAt || (failLasting && number > failAt)) {
-    failed = true;
-    throw std::bad_alloc();
-  }
-  char* block = static_cast<char*>(std::malloc(size + kPrefix));
+  const bool fails = number >= firstFailure && number <= lastFailure;
+  failed |= fails;
+  char* const block = fails ? nullptr : static_cast<char*>(std::malloc(size + kPrefix));
   if (block == nullptr) throw std::bad_alloc();
   *reinterpret_cast<std::size_t*>(block) = size;
   ++blocks;
@@ -63,12 +55,10 @@ class MessageCleaner : public testing::EmptyTestEventListener {
 
 }  // namespace
 
+// Arrays come here as well.
 void* operator new(std::size_t size) { return allocate(size); }
-void* operator new[](std::size_t size) { return allocate(size); }
 void operator delete(void* pointer) noexcept { release(pointer); }
-void operator delete[](void* pointer) noexcept { release(pointer); }
 void operator delete(void* pointer, std::size_t) noexcept { release(pointer); }
-void operator delete[](void* pointer, std::size_t) noexcept { release(pointer); }
 
 extern "C" {
 
@@ -102,7 +92,7 @@ std::string violation(const std::string& file, const std::string& function,
                       const std::string& message) {
   std::string pattern;
   for (const char c : file + " " + function + " 3: " + message) {
-    if (std::string("[](){}.*+?^$|\\").find(c) != std::string::npos) pattern += '\\';
+    if (std::strchr("[](){}.*+?^$|\\", c) != nullptr) pattern += '\\';
     pattern += c;
   }
   return pattern;
@@ -110,20 +100,20 @@ std::string violation(const std::string& file, const std::string& function,
 
 FailingAllocation::FailingAllocation(std::size_t n, bool lasting) {
   failed = false;
-  failLasting = lasting;
-  failAt = allocations + n;
+  lastFailure = lasting ? SIZE_MAX : allocations + n;
+  firstFailure = allocations + n;
 }
-FailingAllocation::~FailingAllocation() {
-  failAt = static_cast<std::size_t>(-1);
-  failLasting = false;
-}
+FailingAllocation::~FailingAllocation() { firstFailure = SIZE_MAX; }
 bool FailingAllocation::happened() const { return failed; }
 
 std::size_t allocationCount() { return allocations; }
 std::size_t liveBlocks() { return blocks; }
 std::size_t liveBytes() { return bytes; }
-std::size_t peakBytes() { return peak; }
-void resetPeakBytes() { peak = bytes.load(); }
+std::size_t peakBytes(const std::function<void()>& body) {
+  const std::size_t before = peak = bytes.load();
+  body();
+  return peak - before;
+}
 
 void runOnSmallStack(void (*body)()) {
   pthread_attr_t attributes;
@@ -151,35 +141,55 @@ std::string json(const variant::Variant& value) {
   return text;
 }
 
+std::vector<std::uint8_t> toBin(const variant::Variant& value) {
+  std::uint32_t length = value.GetBinRequiredLength();
+  std::vector<std::uint8_t> bytes(length);
+  bytes.resize(value.ToBIN(bytes.data(), length));
+  return bytes;
+}
+
+std::uint32_t readBin(variant::Variant& value, const std::vector<std::uint8_t>& bytes) {
+  return value.FromBIN(bytes.data(), static_cast<std::uint32_t>(bytes.size()));
+}
+
 std::string hex(const std::vector<std::uint8_t>& bytes) {
   std::string text;
   for (const std::uint8_t byte : bytes) {
-    constexpr const char* kDigits = "0123456789ABCDEF";
-    if (!text.empty()) text += ' ';
-    text += kDigits[byte >> 4];
-    text += kDigits[byte & 0xF];
+    for (const int digit : {byte >> 4, byte & 0xF}) text += "0123456789ABCDEF"[digit];
+    text += ' ';
   }
-  return text;
+  return text.substr(0, text.size() - !text.empty());
 }
 
-std::vector<std::uint8_t> unhex(const std::string& text) {
+std::vector<std::uint8_t> unhex(std::string text) {
+  std::erase(text, ' ');
   std::vector<std::uint8_t> bytes;
-  std::string digits;
-  std::copy_if(text.begin(), text.end(), std::back_inserter(digits),
-               [](char c) { return c != ' '; });
-  for (std::size_t i = 0; i + 1 < digits.size(); i += 2) {
-    bytes.push_back(static_cast<std::uint8_t>(std::stoul(digits.substr(i, 2), nullptr, 16)));
+  for (std::size_t i = 0; i + 1 < text.size(); i += 2) {
+    bytes.push_back(static_cast<std::uint8_t>(std::stoul(text.substr(i, 2), nullptr, 16)));
   }
   return bytes;
 }
 
+std::vector<std::vector<std::string>> table(const std::string& text) {
+  const auto split = [](const std::string& whole, const std::string& by) {
+    const std::regex separator(by);
+    return std::vector<std::string>(
+        std::sregex_token_iterator(whole.begin(), whole.end(), separator, -1), {});
+  };
+  std::vector<std::vector<std::string>> rows;
+  for (const std::string& row : split(text, "\\s*\n\\s*| {3,}")) {
+    if (!row.empty()) rows.push_back(split(row, " *=> ?"));
+  }
+  return rows;
+}
+
+std::string repeated(const std::string& text, std::size_t count) {
+  std::string result;
+  for (; count > 0; --count) result += text;
+  return result;
+}
+
 }  // namespace vexo::tests
-
-namespace vexo::variant {
-
-void PrintTo(const Variant& value, std::ostream* output) { *output << value.ToString(); }
-
-}  // namespace vexo::variant
 
 int main(int argc, char** argv) {
   std::setlocale(LC_ALL, "");  // the suite runs under several locales

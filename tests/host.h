@@ -2,8 +2,14 @@
 #ifndef VEXO_TESTS_HOST_H
 #define VEXO_TESTS_HOST_H
 
+#include <gtest/gtest.h>
+
 #include <cstddef>
-#include <iosfwd>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <iterator>
 #include <string>
 #include <vector>
 
@@ -24,8 +30,7 @@ std::string violation(const std::string& file, const std::string& function,
 
 /// While it lives, the n-th allocation (counted from 0) of this thread fails, and all after it if
 /// `lasting`.
-class FailingAllocation {
- public:
+struct FailingAllocation {
   explicit FailingAllocation(std::size_t n, bool lasting = false);
   ~FailingAllocation();
   /// Whether the allocation was reached.
@@ -37,9 +42,8 @@ class FailingAllocation {
 std::size_t allocationCount();
 std::size_t liveBlocks();
 std::size_t liveBytes();
-/// The most live bytes since the last call of resetPeakBytes.
-std::size_t peakBytes();
-void resetPeakBytes();
+/// The most bytes that were allocated at once while `body` ran, beyond those before.
+std::size_t peakBytes(const std::function<void()>& body);
 
 /// Runs `body` on a thread with a stack of 64 KiB.
 void runOnSmallStack(void (*body)());
@@ -48,15 +52,35 @@ void runOnSmallStack(void (*body)());
 variant::Variant parsed(const std::string& json);
 /// Compact JSON.
 std::string json(const variant::Variant& value);
+/// The BIN encoding, and the result of reading one.
+std::vector<std::uint8_t> toBin(const variant::Variant& value);
+std::uint32_t readBin(variant::Variant& value, const std::vector<std::uint8_t>& bytes);
 /// "10 0E 03", with no spaces needed on the way in.
 std::string hex(const std::vector<std::uint8_t>& bytes);
-std::vector<std::uint8_t> unhex(const std::string& text);
+std::vector<std::uint8_t> unhex(std::string text);
+
+/// The cells of a table, which "=>" separates; rows are lines, or stand three spaces apart.
+std::vector<std::vector<std::string>> table(const std::string& text);
+std::string repeated(const std::string& text, std::size_t count);
+
+/// A path in a new directory of its own, which goes with the object; there is no file yet.
+struct TemporaryFile {
+  ~TemporaryFile() { std::filesystem::remove_all(directory); }
+  void write(const std::string& text) const { std::ofstream(path, std::ios::binary) << text; }
+  std::string read() const {
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+  }
+
+  std::string directory = testing::TempDir() + "vexo-test-XXXXXX";
+  std::string path = mkdtemp(directory.data()) + std::string("/file");
+};
 
 }  // namespace vexo::tests
 
 namespace vexo::variant {
 /// Keeps GoogleTest from printing a value by one of its conversions.
-void PrintTo(const Variant& value, std::ostream* output);
+inline void PrintTo(const Variant& value, std::ostream* output) { *output << value.ToString(); }
 }  // namespace vexo::variant
 
 #endif

@@ -123,7 +123,9 @@ class MemberMap {
   /// Key can be made from, and may refer to a part of the map itself.
   template <class K, class... Args>
   std::pair<iterator, bool> try_emplace(K&& key, Args&&... args) {
-    value_type* const below = floor(View(key));
+    value_type* const highest = last();  // most new members belong behind it
+    const bool inside = highest != nullptr && View(key) < View(highest->first);
+    value_type* const below = inside ? floor(View(key)) : highest;
     if (below != nullptr && View(below->first) == View(key)) return {iterator(this, below), false};
     value_type* const element =
         insertAfter(below, std::forward<K>(key), std::forward<Args>(args)...);
@@ -431,8 +433,7 @@ class MemberMap {
 
   /// The element with the greatest key that is not above `key`, or null.
   value_type* floor(View key) const noexcept {
-    value_type* const highest = last();
-    if (highest == nullptr || !(key < View(highest->first))) return highest;
+    if (empty()) return nullptr;
     if (!spread()) return floorInRun(elementsOf(root_), root_->size, key);
     const Spread& all = *asSpread();
     if (all.indexed()) return all.index.floor(key);
