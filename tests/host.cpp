@@ -9,7 +9,6 @@
 #include <cstring>
 #include <mutex>
 #include <new>
-#include <regex>
 
 #include "vexo_host/host.h"
 
@@ -171,15 +170,25 @@ std::vector<std::uint8_t> unhex(std::string text) {
 }
 
 std::vector<std::vector<std::string>> table(const std::string& text) {
-  const auto split = [](const std::string& whole, const std::string& by) {
-    const std::regex separator(by);
-    return std::vector<std::string>(
-        std::sregex_token_iterator(whole.begin(), whole.end(), separator, -1), {});
+  const auto split = [](const std::string& whole, const std::string& by, auto add) {
+    for (std::size_t start = 0, end = 0; end != std::string::npos; start = end + by.size()) {
+      end = whole.find(by, start);
+      add(whole.substr(start, end == std::string::npos ? end : end - start));
+    }
+  };
+  const auto trimmed = [](const std::string& cell) {
+    const std::size_t first = cell.find_first_not_of(' ');
+    return first == std::string::npos ? ""
+                                      : cell.substr(first, cell.find_last_not_of(' ') + 1 - first);
   };
   std::vector<std::vector<std::string>> rows;
-  for (const std::string& row : split(text, "\\s*\n\\s*| {3,}")) {
-    if (!row.empty()) rows.push_back(split(row, " *=> ?"));
-  }
+  split(text, "\n", [&](const std::string& line) {
+    split(line, "   ", [&](const std::string& row) {
+      if (trimmed(row).empty()) return;
+      rows.emplace_back();
+      split(row, "=>", [&](const std::string& cell) { rows.back().push_back(trimmed(cell)); });
+    });
+  });
   return rows;
 }
 
