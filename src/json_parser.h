@@ -15,7 +15,8 @@ namespace vexo::variant {
 /// - depth(), inObject(): the open containers, and the kind of the innermost;
 /// - openArray(), openObject(), and close(), which returns false to stop the parse;
 /// - element(): a value follows for a new element; false when there is no key left for it;
-/// - name(text, lasting): a value follows for the member of that name; `lasting` tells that the text
+/// - name(text, lasting): a value follows for the member of that name; `lasting` tells that the
+/// text
 ///   is a part of the input;
 /// - null(), boolean(bool), number(Held), text(string_view): the value.
 template <class Builder>

@@ -30,38 +30,32 @@ struct Fixed6 {
   std::uint32_t millionths;
 };
 
-/// Rounds mantissa * 2^-shift to six decimals, half to even, exactly. `shift` is 1 to 1074 and the
-/// mantissa has at most 53 bits.
+/// value * 2^-shift, rounded half to even; `more` tells that the value is a little above. `shift`
+/// is at least 1.
+std::uint64_t shiftRounding(std::uint64_t value, unsigned shift, bool more) {
+  const std::uint64_t result = value >> shift;
+  const std::uint64_t remainder = value - (result << shift);
+  const std::uint64_t half = std::uint64_t{1} << (shift - 1);
+  const bool tie = remainder == half && !more;
+  const bool up = tie ? result % 2 == 1 : remainder >= half;
+  return result + (up ? 1 : 0);
+}
+
+/// Rounds mantissa * 2^-shift to six decimals, exactly. `shift` is 1 to 1074, and the mantissa has
+/// at most 53 bits.
 Fixed6 roundToMillionths(std::uint64_t mantissa, unsigned shift) {
   constexpr std::uint32_t kMillion = 1000000;
   constexpr unsigned kMaxShift = 75;  // beyond it the number is below half a millionth
   if (shift > kMaxShift) return {0, 0};
-  std::uint64_t whole = shift < 64 ? mantissa >> shift : 0;
+  const std::uint64_t whole = shift < 64 ? mantissa >> shift : 0;
   const std::uint64_t fraction = shift < 64 ? mantissa - (whole << shift) : mantissa;
-  // fraction * 10^6 as high * 2^32 + low.
+  // fraction * 10^6 as high * 2^32 + low; up to a shift of 32 it fits into one number.
   const std::uint64_t product = (fraction & 0xFFFFFFFF) * kMillion;
   const std::uint64_t high = (fraction >> 32) * kMillion + (product >> 32);
   const std::uint64_t low = product & 0xFFFFFFFF;
-  std::uint64_t millionths;
-  int half;  // how the rest compares to one half: -1, 0 or 1
-  if (shift > 32) {
-    const unsigned rest = shift - 32;
-    millionths = high >> rest;
-    const std::uint64_t remainder = high - (millionths << rest);
-    const std::uint64_t middle = std::uint64_t{1} << (rest - 1);
-    half = remainder != middle ? (remainder < middle ? -1 : 1) : (low > 0 ? 1 : 0);
-  } else {
-    const std::uint64_t all = high << 32 | low;  // below 2^32 * 10^6
-    millionths = all >> shift;
-    const std::uint64_t remainder = all - (millionths << shift);
-    const std::uint64_t middle = std::uint64_t{1} << (shift - 1);
-    half = remainder != middle ? (remainder < middle ? -1 : 1) : 0;
-  }
-  if (half > 0 || (half == 0 && millionths % 2 == 1)) ++millionths;
-  if (millionths == kMillion) {
-    ++whole;
-    millionths = 0;
-  }
+  const std::uint64_t millionths = shift > 32 ? shiftRounding(high, shift - 32, low > 0)
+                                              : shiftRounding(high << 32 | low, shift, false);
+  if (millionths == kMillion) return {whole + 1, 0};
   return {whole, static_cast<std::uint32_t>(millionths)};
 }
 

@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstring>
-#include <stdexcept>
+#include <new>
 #include <string>
 #include <string_view>
 
@@ -41,8 +41,10 @@ class TextSink {
  private:
   __attribute__((noinline)) void grow(std::size_t count) {
     constexpr std::size_t kFirst = 240;
-    if (count > output_.max_size() - size_) throw std::length_error("TextSink");
-    output_.resize(std::max({size_ + count, 2 * size_, kFirst}));
+    const std::size_t largest = output_.max_size();
+    if (count > largest - size_) throw std::bad_alloc();
+    const std::size_t ample = size_ > largest / 2 ? largest : std::max(2 * size_, kFirst);
+    output_.resize(std::max(size_ + count, ample));
   }
 
   std::string& output_;

@@ -3,7 +3,7 @@
 #include <limits>
 
 #include "ascii.h"
-#include "log_area.h"
+#include "map_or_violation.h"
 #include "number_text.h"
 #include "scalar_text.h"
 #include "tree_walk.h"
@@ -14,13 +14,6 @@ namespace vexo::variant {
 namespace {
 
 constexpr LogArea kLog{"src/variant_misc"};
-
-/// Works for Variant and const Variant.
-template <class Value>
-auto& mapOrViolation(Value& value, LogSite site) {
-  if (!isMap(value)) kLog.violation(site, "Invalid state");
-  return mapOf(value);
-}
 
 /// The first member whose key matches but for case, or null; `view` gives the part of a key that
 /// counts.
@@ -223,24 +216,24 @@ bool Variant::IsArray() const noexcept { return isMap(*this) && mapOf(*this).isA
 
 void Variant::IsArray(bool isArray) {
   if (type_ == V_NULL) put(*this, holdRecord(V_MAP, new VariantMap));
-  mapOrViolation(*this, "IsArray").isArray = isArray;
+  mapOrViolation(*this, kLog, "IsArray").isArray = isArray;
 }
 
 Variant& Variant::GetValue(const std::string& key, bool caseSensitive) {
-  VariantMap& map = mapOrViolation(*this, "GetValue");
+  VariantMap& map = mapOrViolation(*this, kLog, "GetValue");
   Variant* const found = caseSensitive ? nullptr : findIgnoringCase(map, key, wholeKey);
   return found == nullptr ? (*this)[key] : *found;
 }
 
 Variant& Variant::GetValue(const char* key, bool caseSensitive) {
-  VariantMap& map = mapOrViolation(*this, "GetValue");
+  VariantMap& map = mapOrViolation(*this, kLog, "GetValue");
   const bool search = !caseSensitive && key != nullptr;
   Variant* const found = search ? findIgnoringCase(map, key, keyUpToZero) : nullptr;
   return found == nullptr ? (*this)[key] : *found;
 }
 
 Variant& Variant::GetValue(std::int64_t key) {
-  mapOrViolation(*this, "GetValue");
+  mapOrViolation(*this, kLog, "GetValue");
   return (*this)[key];
 }
 
@@ -271,11 +264,11 @@ bool Variant::HasStrArrayMember(const std::string& value, bool caseSensitive) co
 }
 
 std::size_t Variant::StringKeysCount() const {
-  return mapOrViolation(*this, "StringKeysCount").stringKeys.size();
+  return mapOrViolation(*this, kLog, "StringKeysCount").stringKeys.size();
 }
 
 std::size_t Variant::NumericKeysCount() const {
-  return mapOrViolation(*this, "NumericKeysCount").numericKeys.size();
+  return mapOrViolation(*this, kLog, "NumericKeysCount").numericKeys.size();
 }
 
 std::size_t Variant::KeysCount() const {
@@ -284,24 +277,24 @@ std::size_t Variant::KeysCount() const {
 }
 
 Variant& Variant::ResetNumericKeys() {
-  mapOrViolation(*this, "ResetNumericKeys").numericKeys.clear();
+  mapOrViolation(*this, kLog, "ResetNumericKeys").numericKeys.clear();
   return *this;
 }
 
 Variant& Variant::ResetStringKeys() {
-  mapOrViolation(*this, "ResetStringKeys").stringKeys.clear();
+  mapOrViolation(*this, kLog, "ResetStringKeys").stringKeys.clear();
   return *this;
 }
 
 Variant& Variant::ResetKeys() { return ResetStringKeys().ResetNumericKeys(); }
 
 Variant& Variant::RemoveValue(std::int64_t key) {
-  mapOrViolation(*this, "RemoveValue").numericKeys.erase(key);
+  mapOrViolation(*this, kLog, "RemoveValue").numericKeys.erase(key);
   return *this;
 }
 
 Variant& Variant::RemoveValue(const std::string& key, bool caseSensitive) {
-  StringMembers& members = mapOrViolation(*this, "RemoveValue").stringKeys;
+  StringMembers& members = mapOrViolation(*this, kLog, "RemoveValue").stringKeys;
   if (caseSensitive) {
     members.erase(key);
   } else {
@@ -311,7 +304,7 @@ Variant& Variant::RemoveValue(const std::string& key, bool caseSensitive) {
 }
 
 Variant& Variant::RemoveValue(const char* key, bool caseSensitive) {
-  StringMembers& members = mapOrViolation(*this, "RemoveValue").stringKeys;
+  StringMembers& members = mapOrViolation(*this, kLog, "RemoveValue").stringKeys;
   if (key == nullptr) return *this;
   if (caseSensitive) {
     members.erase(key);

@@ -30,14 +30,14 @@ std::string_view textOrViolation(const char* key) {
   return key;
 }
 
-const VariantMap& mapOrViolation(const Variant& value) {
+const VariantMap& mapToSearch(const Variant& value) {
   if (!isMap(value)) kLog.violation(kName, "Invalid variant type: 0x%04x", typeOf(value));
   return mapOf(value);
 }
 
 /// `name` is the key for the message.
 const Variant& memberOrViolation(const Variant& value, std::string_view key, const char* name) {
-  const StringMembers& members = mapOrViolation(value).stringKeys;
+  const StringMembers& members = mapToSearch(value).stringKeys;
   const auto found = members.find(key);
   if (found == members.end()) {
     kLog.violation(kName, "Key not found in const variant: `%s`", name);
@@ -95,7 +95,7 @@ Variant& Variant::operator[](const Variant& key) {
 }
 
 const Variant& Variant::operator[](std::int64_t key) const {
-  const NumericMembers& members = mapOrViolation(*this).numericKeys;
+  const NumericMembers& members = mapToSearch(*this).numericKeys;
   const auto found = members.find(key);
   if (found == members.end()) {
     kLog.violation(kName, "Key not found in const variant: 0x%lld", static_cast<long long>(key));

@@ -14,8 +14,8 @@ constexpr LogArea kLog{"src/variant_validators"};
 
 Variant& Variant::PreValidate(const char* key, VariantType type, bool caseSensitive,
                               const Variant& defaultValue) {
-  if (key == nullptr) return (*this)[key];
-  const std::string name = key;  // the key may be a part of what is about to change
+  if (key == nullptr) return (*this)[key];  // does not return
+  const std::string name = key;             // the key may be a part of what is about to change
   const Variant* found = GetKeyChain(type, name, true);
   if (found == nullptr && !caseSensitive) found = GetKeyChain(type, name, false);
   Variant value = found == nullptr ? defaultValue : *found;

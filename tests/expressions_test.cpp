@@ -1,110 +1,48 @@
 // What callers naturally write compiles (expressions.h) and means the same on every target.
 #include "expressions.h"
 
-#include <gtest/gtest.h>
-
 #include <algorithm>
-#include <limits>
 
 #include "host.h"
 
 namespace vexo::variant {
 namespace {
 
-/// The type that stands for an integer of this width.
-VariantType codeOf(std::size_t width, bool isSigned) {
-  static constexpr VariantType kSigned[] = {V_INT8, V_INT16, V_INT32, V_INT64};
-  static constexpr VariantType kUnsigned[] = {V_UINT8, V_UINT16, V_UINT32, V_UINT64};
-  std::size_t i = 0;
-  while (std::size_t{1} << i < width) ++i;
-  return isSigned ? kSigned[i] : kUnsigned[i];
-}
-
-/// Both ends of T survive construction, assignment, reading and comparison under this type.
-template <class T>
-void expectStoredAs(VariantType type) {
-  for (const T value : {std::numeric_limits<T>::lowest(), std::numeric_limits<T>::max(), T{1}}) {
-    const Variant made(value);
-    Variant assigned = "text";
-    assigned = value;
-    const T read = made;
-    EXPECT_TRUE(made == type && assigned == type) << Variant::VariantTypeToString(made);
-    EXPECT_EQ(read, value);
-    EXPECT_EQ(static_cast<T>(assigned), value);
-    EXPECT_TRUE(made == value && value == made && made == assigned);
-    EXPECT_FALSE(made != value || value != made);
-    const T other = static_cast<T>(~value);
-    EXPECT_FALSE(assigned == other || other == assigned);
-  }
-}
-
-TEST(Expressions, IntegersAreStoredByWidthAndSign) {
-  expectStoredAs<long>(codeOf(sizeof(long), true));
-  expectStoredAs<unsigned long>(codeOf(sizeof(long), false));
-  expectStoredAs<long long>(V_INT64);
-  expectStoredAs<unsigned long long>(V_UINT64);
-  expectStoredAs<std::size_t>(codeOf(sizeof(std::size_t), false));
-  expectStoredAs<std::time_t>(codeOf(sizeof(std::time_t), true));
-  expectStoredAs<short>(V_INT16);
-  expectStoredAs<unsigned char>(V_UINT8);
-  expectStoredAs<signed char>(V_INT8);
-  expectStoredAs<char16_t>(V_UINT16);
-  expectStoredAs<char32_t>(V_UINT32);
-}
-
-// Their own signedness differs by target, that of the stored value does not.
-TEST(Expressions, CharactersAreSignedWhateverTheTarget) {
-  expectStoredAs<char>(V_INT8);
-  expectStoredAs<wchar_t>(V_INT32);
-  EXPECT_EQ(static_cast<int>(Variant('\xFF')), -1);
-  EXPECT_EQ(static_cast<int>(Variant(static_cast<wchar_t>(-2))), -2);
-  EXPECT_TRUE(Variant(-1) == '\xFF');
-  EXPECT_FALSE(Variant(255) == '\xFF');
-  EXPECT_TRUE(static_cast<wchar_t>(-2) == Variant(-2));
-  Variant map;
-  map[char{65}] = "A";
-  EXPECT_TRUE(map['A'] == "A" && map.HasKey(65));
-  map['\xFE'] = "-2";
-  EXPECT_TRUE(map.HasKey(-2));
-  map['\xFF'] = "appended";
-  EXPECT_TRUE(map[66] == "appended");
-}
-
 TEST(Expressions, FloatsAreDoubles) {
-  EXPECT_TRUE(Variant(0.5f) == V_DOUBLE && Variant(0.5L) == V_DOUBLE);
+  EXPECT_TRUE(Variant(0.5f) == V_DOUBLE && Variant(0.5L) == V_DOUBLE && Variant(0.25) == 0.25L);
   EXPECT_TRUE(Variant(0.1f) == 0.1f && 0.1f == Variant(0.1f) && Variant(0.1f) != 0.1);
-  EXPECT_TRUE(Variant(0.25L) == 0.25L && Variant(0.25) == 0.25f);
-  EXPECT_EQ(static_cast<float>(Variant(0.1)), 0.1f);
-  EXPECT_EQ(static_cast<long double>(Variant(0.5)), 0.5L);
+  EXPECT_TRUE(float(Variant(0.1)) == 0.1f && static_cast<long double>(Variant(0.5)) == 0.5L);
 }
 
 TEST(Expressions, ComparisonIsByValueWhateverTheType) {
   const Variant minusOne(std::int8_t{-1});
-  EXPECT_TRUE(minusOne == -1 && minusOne == -1L && minusOne == -1LL && minusOne == short{-1});
-  EXPECT_FALSE(minusOne == 255 || minusOne == 255u || minusOne == 4294967295u);
-  EXPECT_TRUE(minusOne == 18446744073709551615ull && 18446744073709551615ull == minusOne);
-  EXPECT_TRUE(Variant(std::uint8_t{255}) == 255u && Variant(std::uint8_t{255}) == 255.0f);
+  EXPECT_TRUE(minusOne == -1L && minusOne == -1LL && minusOne == short{-1} && minusOne == '\xFF');
+  EXPECT_FALSE(minusOne == 255 || minusOne == 255u || minusOne == UINT32_MAX);
+  EXPECT_TRUE(minusOne == UINT64_MAX && UINT64_MAX == minusOne && Variant(255) != '\xFF');
+  EXPECT_TRUE(Variant(UINT64_MAX) == -1 && Variant(255u) == 255.0f && Variant(-3.5) == 0u);
   EXPECT_TRUE(Variant(2.5) == 2 && Variant(2.5) == 2ul && Variant(2.5) != 2.0f);
+  EXPECT_TRUE(Variant(5u) != std::uint64_t{6} && !(Variant(5u) != std::uint64_t{5}));
   EXPECT_FALSE(Variant(true) == 1 || 1 == Variant(true) || Variant(1) == true ||
                true == Variant(1));
-  EXPECT_FALSE(Variant() == 0 || 0 == Variant() || Variant() == false || Variant("0") == 0);
+  EXPECT_FALSE(Variant() == 0 || 0 == Variant() || Variant() == false || Variant() == 0.0);
   EXPECT_TRUE(true == Variant(true) && false != Variant(true));
+  const timeval early{1, 2}, late{1, 3};
+  EXPECT_TRUE(Variant(early) == early && late != Variant(early) && !(Variant(late) != late));
 }
 
 TEST(Expressions, TextComparesAsText) {
-  const Variant value("abc");
+  const Variant value("abc"), whole(std::string("abc\0", 4));
   const char* const pointer = "abc";
+  const char* const nothing = nullptr;
   char array[] = "abc";
   char* const writable = array;
   EXPECT_TRUE("abc" == value && value == "abc" && "abd" != value && value != "abd");
   EXPECT_TRUE(pointer == value && value == writable && writable == value && value == array);
-  EXPECT_TRUE(std::string("abc") == value && value != std::string("abc\0", 4));
-  EXPECT_FALSE("5" == Variant(5) || "" == Variant() || nullptr == value);
-  std::string copied = value;
-  copied += "d";
-  const std::string& stored = value;
-  EXPECT_EQ(static_cast<const void*>(stored.c_str()), static_cast<const char*>(value));
-  EXPECT_EQ(stored, "abc");
+  EXPECT_TRUE(std::string("abc") == value && value != std::string("abc\0", 4) && whole != pointer);
+  EXPECT_FALSE("5" == Variant(5) || "" == Variant() || nullptr == value || Variant("0") == 0);
+  EXPECT_TRUE(Variant("") != nothing && Variant() != nothing && !(value == nothing));
+  const std::string copied = value;
+  EXPECT_EQ(copied, "abc");
 }
 
 TEST(Expressions, TypeCodesCompareWithTheType) {
@@ -117,22 +55,20 @@ TEST(Expressions, TypeCodesCompareWithTheType) {
 TEST(Expressions, SubscriptsTakeEveryInteger) {
   Variant value;
   value[0] = "zero";  // not a null pointer
-  value[1u] = 1;
-  value[std::size_t{2}] = 2;
-  value[-1] = 3;
-  value[-1L] = 4;
-  value[-1LL] = 5;
-  value[std::int8_t{-1}] = 6;
-  value[static_cast<std::uint8_t>(255)] = 255;
-  value[4294967295u] = -1;                                    // no 32-bit -1
-  value[std::numeric_limits<std::uint64_t>::max() - 1] = -2;  // wraps to an ordinary key
-  EXPECT_EQ(tests::json(value), R"({"-2":-2,"0":"zero","1":1,"2":2,"3":3,"4":4,"5":5,"6":6,)"
-                                R"("255":255,"4294967295":-1})");
+  value[1u] = value[std::size_t{2}] = value[char{65}] = 1;
+  value[-1] = value[-1L] = value[-1LL] = value[std::int8_t{-1}] = value['\xFF'] = "appended";
+  value[static_cast<std::uint8_t>(255)] = value['\xFE'] = 2;
+  value[UINT32_MAX] = -1;      // no 32-bit -1
+  value[UINT64_MAX - 2] = -3;  // wraps to an ordinary key
+  std::string keys;
+  for (const auto& [key, member] : static_cast<const VariantMap*>(value)->numericKeys) {
+    keys += std::to_string(key) + ' ';
+  }
+  EXPECT_EQ(keys, "-3 -2 0 1 2 65 66 67 68 69 70 255 4294967295 ");
   char key[] = "name";
   value[key] = "text";
   const Variant& same = value;
   EXPECT_TRUE(same[key] == "text" && same["name"] == same[std::string(key)] && same[0u] == "zero");
-  EXPECT_TRUE(same[Variant("name")] == "text" && same[Variant(1)] == 1);
 }
 
 TEST(Expressions, ContainersOfValuesTakeAnything) {
@@ -140,12 +76,7 @@ TEST(Expressions, ContainersOfValuesTakeAnything) {
   EXPECT_EQ(std::find(values.begin(), values.end(), "a") - values.begin(), 1);
   EXPECT_EQ(std::find(values.begin(), values.end(), 5) - values.begin(), 4);
   EXPECT_EQ(std::count(values.begin(), values.end(), V_NULL), 1);
-  int hits = 0;
-  for (const Variant& value : values) {
-    if (value) ++hits;
-    EXPECT_EQ(!value, value == V_NULL || value == "a");
-  }
-  EXPECT_EQ(hits, 5);
+  EXPECT_EQ(std::count_if(values.begin(), values.end(), [](auto& v) { return v && !!v; }), 5);
   BaseVariantContainer record;
   record["a"] = values[0];
   EXPECT_TRUE(record == record && record != values[0] && values[0] != record);

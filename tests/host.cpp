@@ -134,6 +134,13 @@ variant::Variant parsed(const std::string& json) {
   return value;
 }
 
+variant::Variant decoded(const std::string& hex) {
+  const std::vector<std::uint8_t> bytes = unhex(hex);
+  variant::Variant value;
+  EXPECT_EQ(readBin(value, bytes), bytes.size());
+  return value;
+}
+
 std::string json(const variant::Variant& value) {
   std::string text;
   EXPECT_TRUE(value.ToJSON(text, false));
@@ -196,6 +203,19 @@ std::string repeated(const std::string& text, std::size_t count) {
   std::string result;
   for (; count > 0; --count) result += text;
   return result;
+}
+
+void expectChanges(void (*action)(variant::Variant& value), const std::string& rows,
+                   std::string (*show)(const variant::Variant&)) {
+  for (const auto& row : table(rows)) {
+    const std::size_t before = liveBlocks();
+    {
+      variant::Variant value = parsed(row[0]);
+      action(value);
+      EXPECT_EQ(show(value), row[1]) << row[0];
+    }
+    EXPECT_EQ(liveBlocks(), before) << row[0];
+  }
 }
 
 }  // namespace vexo::tests

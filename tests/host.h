@@ -50,6 +50,8 @@ void runOnSmallStack(void (*body)());
 
 /// The tree that a JSON text stands for; fails the test when it does not parse as a whole.
 variant::Variant parsed(const std::string& json);
+/// The value that BIN in hexadecimal stands for.
+variant::Variant decoded(const std::string& hex);
 /// Compact JSON.
 std::string json(const variant::Variant& value);
 /// The BIN encoding, and the result of reading one.
@@ -62,6 +64,10 @@ std::vector<std::uint8_t> unhex(std::string text);
 /// The cells of a table, which "=>" separates; rows are lines, or stand three spaces apart.
 std::vector<std::vector<std::string>> table(const std::string& text);
 std::string repeated(const std::string& text, std::size_t count);
+
+/// Every row "JSON => text" tells how a value shows after the action, which must not leak.
+void expectChanges(void (*action)(variant::Variant& value), const std::string& rows,
+                   std::string (*show)(const variant::Variant&) = json);
 
 /// A path in a new directory of its own, which goes with the object; there is no file yet.
 struct TemporaryFile {

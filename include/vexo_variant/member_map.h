@@ -2,9 +2,9 @@
 #ifndef VEXO_VARIANT_MEMBER_MAP_H
 #define VEXO_VARIANT_MEMBER_MAP_H
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
-#include <initializer_list>
 #include <iterator>
 #include <limits>
 #include <memory>
@@ -34,6 +34,7 @@ namespace vexo::variant {
 /// stepping an iterator take constant time. Insertion has the strong guarantee: when memory runs
 /// out it throws `std::bad_alloc` and the map is as before. Erasing from the middle of a positional
 /// map builds the index, so it too can throw `std::bad_alloc`, without having changed anything.
+/// More than max_size() members count as out of memory.
 ///
 /// Differences from `std::map`: the key order is fixed (KeyOrder), there is no allocator, node
 /// handles do not exist, and iterators belong to the map object: moving or swapping maps makes
@@ -326,7 +327,7 @@ class MemberMap {
   }
 
   static std::uint32_t checkedSize(size_type count) {
-    if (count > kMaxSize) throw std::length_error("MemberMap");
+    if (count > kMaxSize) throw std::bad_alloc();
     return static_cast<std::uint32_t>(count);
   }
 

@@ -205,7 +205,8 @@ class VEXO_VARIANT_API Variant {
   Variant(VariantType) = delete;
 
   /// All assignments release the old payload and never reuse its record, except that assigning a
-  /// value to itself does nothing. What is assigned may live inside the target, at any depth.
+  /// value to itself does nothing. What is assigned may live inside the target, at any depth. The
+  /// target may live inside what is copied (and counts as null there), not inside what is moved.
   Variant& operator=(const Variant& other);
   Variant& operator=(Variant&& other) noexcept;
   Variant& operator=(bool value) noexcept;
@@ -240,17 +241,19 @@ class VEXO_VARIANT_API Variant {
   /// is null or holds a scalar.
   void Copy(const Variant& other);
   /// Turns the value into an owned buffer of `size` bytes, all 0 if `zeroFill`, and returns its
-  /// record, whose `size` may be lowered but not raised. The record lives until the value changes.
+  /// record, whose `size` may be lowered but not raised. Without `zeroFill` the bytes are
+  /// indeterminate. The record lives until the value changes; when memory runs out it is null.
   VariantBuffer* AllocateBuffer(std::uint32_t size, bool zeroFill);
   /// The name of a type ("INT32"), or "unknown"; a constant.
   static const char* VariantTypeToString(VariantType type) noexcept;
 
   // --- Typed reads -------------------------------------------------------------------------------
-  // Numbers convert freely and silently: integers wrap to the width of the target, doubles truncate
-  // and saturate (NaN gives 0), null reads as 0 and a boolean as 0 or 1. Reading any other type as
-  // a number is a contract violation: "Invalid variant type: 0x%04x". The reads that return a
-  // pointer or reference accept only their own type, everything else is a contract violation:
-  // "Invalid state"; what they return lives until the value is changed or destroyed.
+  // Numbers convert freely and silently: integers wrap to the width of the target; doubles
+  // truncate, saturate to 32 bits (for 64-bit targets to 64) of the target's signedness and wrap
+  // from there (NaN gives 0); null reads as 0 and a boolean as 0 or 1. Reading any other type as a
+  // number is a contract violation: "Invalid variant type: 0x%04x". The reads that return a pointer
+  // or reference accept only their own type, everything else is a contract violation: "Invalid
+  // state"; what they return lives until the value is changed or destroyed.
 
   operator VariantType() const noexcept;
   /// A set flag, a number that is not 0 (for doubles: any bit set, so -0.0 and NaN too); false for
@@ -276,9 +279,11 @@ class VEXO_VARIANT_API Variant {
   }
 
   // --- Equality ----------------------------------------------------------------------------------
-  // Never logs and never fails. Numbers compare by value across all numeric types, in the domain of
-  // the left value (so Variant(2) == Variant(2.5), but not the other way round); everything else
-  // equals only its own kind. Trees compare deeply, in time proportional to their size.
+  // Never logs; only comparing trees of more than 32 levels can throw (`std::bad_alloc`). Numbers
+  // compare by value across all numeric types: two values in the domain of the left one (so
+  // Variant(2) == Variant(2.5), but not the other way round), a value and a plain number in the
+  // domain of the plain one (so Variant(2.5) == 2), 64-bit integers of either signedness by their
+  // bits. Everything else equals only its own kind. Trees compare deeply, in linear time.
 
   bool operator==(bool value) const noexcept;
   bool operator==(std::int64_t value) const noexcept;
@@ -378,7 +383,8 @@ class VEXO_VARIANT_API Variant {
   Variant& GetValue(std::int64_t key);
   /// False for anything but a map.
   bool HasKey(std::int64_t key) const noexcept;
-  /// A key of the form "[5]" asks for the integer key (decimal, 0x hexadecimal, 0 octal).
+  /// A key of the form "[5]" asks for the integer key (decimal, 0x hexadecimal, 0 octal; 0 without
+  /// digits) and never for a string key of that spelling.
   bool HasKey(const std::string& key, bool caseSensitive) const noexcept;
   /// Whether an array holds this string; false for anything but an array. A member before it that
   /// is not a string is a contract violation.
@@ -403,11 +409,15 @@ class VEXO_VARIANT_API Variant {
   void Compact();
   /// With `stringifyKeys` turns the integer-keyed members of a map into string-keyed ones (an equal
   /// string key is overwritten) and clears the array flag; with `stringifyValues` turns every
-  /// scalar reached through string keys into its text. Both apply at every depth when both are set.
+  /// scalar reached through string keys into its text. With both, that happens at every depth; the
+  /// keys alone change at the top only, and the values alone leave integer-keyed members as they
+  /// are. A base64 encoder that fails is a contract violation: "base64 operation failed". Linear
+  /// time.
   Variant& Stringify(bool stringifyKeys, bool stringifyValues);
   /// Does the same to a copy in `target`, and returns `target`.
   Variant& Stringify(Variant& target, bool stringifyKeys, bool stringifyValues) const;
-  /// Indented JSON with type names, for people: `(INT32) "a": 1`.
+  /// Indented JSON with type names, for people: `(INT32) "a": 1`. Strings are not escaped; typed
+  /// maps appear as a text in their place, as in all JSON.
   std::string ToString() const;
 
   // --- Key chains --------------------------------------------------------------------------------
@@ -418,7 +428,8 @@ class VEXO_VARIANT_API Variant {
   Variant* GetPathComponent(const char* name, unsigned int length, bool caseSensitive);
   /// The member that a path such as "network/ports/[0]" leads to, if it has this type (V_ANY: any;
   /// V_NUMERIC: any number); otherwise null. Never creates a member. One slash at the end is
-  /// ignored; an empty component finds nothing.
+  /// ignored; an empty component finds nothing. The pointer lives as long as its member. A path
+  /// ends at its first zero byte; without `caseSensitive` so do the keys it is compared with.
   const Variant* GetKeyChain(VariantType type, const char* path, bool caseSensitive) const;
   Variant* GetKeyChain(VariantType type, const char* path, bool caseSensitive);
   const Variant* GetKeyChain(VariantType type, const std::string& path, bool caseSensitive) const;
@@ -429,6 +440,7 @@ class VEXO_VARIANT_API Variant {
   // mistyped one by the default. A value that is not a map becomes an empty one first. `key` is
   // looked up as a key chain and stored as a plain key; without `caseSensitive` other spellings are
   // moved to it. A null `key` is a contract violation ("Invalid subscript operator parameter").
+  // All but PreValidate return the value itself.
 
   /// Returns the member.
   Variant& PreValidate(const char* key, VariantType type, bool caseSensitive,
@@ -456,13 +468,18 @@ class VEXO_VARIANT_API Variant {
   /// touching `buffer`. Otherwise encodes and returns the number of bytes written.
   std::uint32_t ToBIN(std::uint8_t* buffer, std::uint32_t& length) const;
   /// Appends the encoding; `output` grows by the required length (the rest is zeros), the result
-  /// tells where the encoding ends.
+  /// tells where the encoding ends. When a write fails after `output` has grown (a key that has no
+  /// encoding), the result is 0 and what was appended means nothing.
   std::uint32_t ToBIN(vexo::utils::IOBuffer& output) const;
+  /// Replaces the content of a file as a whole: whatever happens it holds the old or the new one.
+  /// False when it cannot be written, or when the value cannot be encoded.
   bool ToBINFile(const std::string& path) const;
   /// Decodes one value at the start of `length` bytes and returns how many it took, or 0. The old
-  /// content is gone in either case; after a failure the value is an unusable partial tree.
-  /// `buffer` may lie inside the value itself.
+  /// content is gone in either case; after a failure the value holds what was decoded before it, a
+  /// valid tree that means nothing. `buffer` may lie inside the value itself.
   std::uint32_t FromBIN(const std::uint8_t* buffer, std::uint32_t length);
+  /// False when the file cannot be read, with the value as it was, or does not begin with a value.
+  /// Bytes behind the value are ignored. Files of 4 GiB and more are not read.
   bool FromBINFile(const std::string& path);
 
   // --- JSON --------------------------------------------------------------------------------------
@@ -476,13 +493,18 @@ class VEXO_VARIANT_API Variant {
               unsigned int depth) const;
   /// Replaces `output` by the text, indented if `pretty`.
   bool ToJSON(std::string& output, bool pretty) const;
+  /// Replaces the content of a file by the text, as a whole. False when it cannot be written, or
+  /// when a buffer cannot be encoded.
   bool ToJSONFile(const std::string& path, bool pretty) const;
   /// Reads one value and the gap behind it; the number of bytes consumed, or -1. Never logs. The
   /// old content is gone in either case; after a failure the value holds what was built before it.
-  /// Numbers are compacted. Text behind the value is not looked at. `data` may lie inside the value
-  /// itself.
+  /// Numbers are compacted. Text behind that gap is not looked at, but a comment in the gap must be
+  /// whole. Texts of 2 GiB and more are refused, with the value as it was. `data` may lie inside
+  /// the value itself.
   int FromJSON(const char* data, unsigned int length);
   int FromJSON(const std::string& text);
+  /// False when the file cannot be read, with the value null, or does not begin with a value. Text
+  /// behind the value is ignored.
   bool FromJSONFile(const std::string& path);
 
  private:
@@ -510,7 +532,7 @@ struct VariantMap {
   StringMembers stringKeys;
 };
 
-/// The record of a V_BINARY.
+/// The record of a V_BINARY. Copying the record copies no bytes: only values own any.
 struct VariantBuffer {
   std::uint8_t external = 0;  ///< the bytes belong to the caller
   std::uint8_t* data = nullptr;
@@ -565,11 +587,13 @@ bool operator==(T*, const V&) = delete;
 template <class T, class V, detail::IfVariant<V> = 0, detail::IfStrangePointer<T> = 0>
 bool operator!=(T*, const V&) = delete;
 
-/// Writes the 1 to 8 bytes of the BIN form of `value` (below 2^56) and returns their number; on a
+/// Writes the 1 to 8 bytes of the BIN form of `value` (below 2^56), for which there must be room
+/// for 8, and returns their number; on a
 /// null pointer or a larger value logs "Invalid parameters supplied" at level 3 and returns 0.
 VEXO_VARIANT_API std::uint32_t ToU56(std::uint64_t value, std::uint8_t* destination);
 /// Reads one U56 from at most `length` bytes and returns its width. Returns 0 when it does not end
-/// in time, and, having logged "Invalid parameters supplied" at level 3, when there is no byte.
+/// in time, and, having logged "Invalid parameters supplied" at level 3, when there is no byte;
+/// `result` is unspecified then.
 VEXO_VARIANT_API std::uint32_t FromU56(const std::uint8_t* buffer, std::uint32_t length,
                                        std::uint64_t& result);
 
