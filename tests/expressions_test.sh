@@ -10,60 +10,45 @@ work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 warnings=(-Wall -Wextra -Wpedantic -Wconversion -Wsign-conversion -Wshadow -Wno-psabi -Werror)
 arm="arm-linux-gnueabihf"
-passed=0
-failed=0
-skipped=0
-
-# The generated header is that of the native build; ARM has a timeval of 8 or 16 bytes.
-for size in 8 16; do
-  mkdir -p "$work/$size/vexo_variant"
-  sed "s/\(VEXO_VARIANT_TIMEVAL_SIZE\) .*/\1 $size/" "$generated/vexo_variant/config.h" \
-    > "$work/$size/vexo_variant/config.h"
-done
+passed=0 failed=0 skipped=0
 
 # accepts CONFIG-DIR COMPILER ARGUMENT...: in both language modes and with both signs of char.
 accepts() {
-  local config=$1 standard sign mode
+  local config=$1 mode
   shift
   if ! command -v "$1" > "$work/found"; then
     echo "SKIPPED: $1 is not installed"
     skipped=$((skipped + 1))
     return
   fi
-  for standard in 17 20; do
-    for sign in signed unsigned; do
-      mode=("-std=c++$standard" "-f$sign-char")
-      if echo '#include "expressions.h"' |
-        "$@" "${mode[@]}" "${warnings[@]}" -I"$config" -I"$include" -I"$tests" -fsyntax-only \
-          -x c++ - 2> "$work/errors"; then
-        passed=$((passed + 1))
-      else
-        failed=$((failed + 1))
-        echo "FAILED: $* ${mode[*]}"
-        grep -E 'error|instantiation of' "$work/errors" | head -n 10
-      fi
-    done
+  for mode in "-std=c++"{17,20}" -f"{,un}signed-char; do
+    # shellcheck disable=SC2086 # the options are split at blanks
+    if "$@" $mode "${warnings[@]}" -I"$config" -I"$include" -I"$tests" -fsyntax-only -x c++ - \
+      <<< '#include "expressions.h"' 2> "$work/errors"; then
+      passed=$((passed + 1))
+    else
+      failed=$((failed + 1))
+      echo "FAILED: $* $mode"
+      grep -E 'error|instantiation of' "$work/errors" | head -n 10
+    fi
   done
 }
 
 # Clang needs to be told where the C++ headers of the foreign compiler are; that one knows.
-headers=(-nostdinc++)
-if command -v $arm-g++ > "$work/found"; then
-  while read -r directory; do
-    headers+=(-isystem "$directory")
-  done < <($arm-g++ -x c++ -E -v /dev/null 2>&1 > "$work/output" |
-    sed -n '/^#include <...>/,/^End of search/s/^ //p')
-fi
+mapfile -t headers < <($arm-g++ -x c++ -E -v /dev/null 2>&1 > "$work/output" |
+  sed -n '/^#include <...>/,/^End of search/s/^ /-isystem/p')
 
 accepts "$generated" g++
 accepts "$generated" clang++-14
-for time64 in "" "-D_TIME_BITS=64 -D_FILE_OFFSET_BITS=64"; do
-  size=${time64:+16}
-  # shellcheck disable=SC2086 # the options are split at blanks
-  accepts "$work/${size:-8}" $arm-g++ $time64
-  if [ ${#headers[@]} -gt 1 ]; then
-    # shellcheck disable=SC2086
-    accepts "$work/${size:-8}" clang++-14 --target=$arm "${headers[@]}" $time64
+# The generated header is that of the native build; ARM has a timeval of 8 or 16 bytes.
+for size in 8 16; do
+  mkdir -p "$work/$size/vexo_variant"
+  sed "s/\(VEXO_VARIANT_TIMEVAL_SIZE\) .*/\1 $size/" "$generated/vexo_variant/config.h" \
+    > "$work/$size/vexo_variant/config.h"
+  time64=(-D_TIME_BITS=$((size * 4)) -D_FILE_OFFSET_BITS=$((size * 4)))
+  accepts "$work/$size" $arm-g++ "${time64[@]}"
+  if [ ${#headers[@]} -gt 0 ]; then
+    accepts "$work/$size" clang++-14 --target=$arm -nostdinc++ "${headers[@]}" "${time64[@]}"
   else
     echo "SKIPPED: clang++-14 for $arm, which needs the headers of $arm-g++"
     skipped=$((skipped + 1))

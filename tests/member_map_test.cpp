@@ -69,11 +69,16 @@ template <std::uint64_t kFirst, unsigned kCount, unsigned kStep>
 std::int64_t number(Random& random) {
   return static_cast<std::int64_t>(kFirst + random() % kCount * kStep);
 }
-std::string shortKey(Random& random) { return std::string(random() % 3, "aA\xE4"[random() % 3]); }
+std::size_t below(Random& random, std::size_t end) {
+  return static_cast<std::size_t>(random() % end);
+}
+std::string shortKey(Random& random) {
+  return std::string(below(random, 3), "aA\xE4"[below(random, 3)]);
+}
 std::string longKey(Random& random) {
-  std::string key = "a prefix of more than eight bytes " + std::to_string(random() % 3000);
-  if (random() % 4 == 0) key.resize(random() % key.size());
-  if (random() % 4 == 0) key += std::string(random() % 3, '\0') + '\xFF';
+  std::string key = "a prefix of more than eight bytes " + std::to_string(below(random, 3000));
+  if (below(random, 4) == 0) key.resize(below(random, key.size()));
+  if (below(random, 4) == 0) key += std::string(below(random, 3), '\0') + '\xFF';
   return key;
 }
 
