@@ -382,7 +382,8 @@ TEST(Validators, NormaliseMembers) {
                 R"({"a":1} => {"a":1,"b":{"a":1}})");
   // clang-format on
   Variant value;
-  EXPECT_EQ(&value.PreValidate("a", V_ANY, false, "x"), &value["a"]);
+  const Variant& member = value.PreValidate("a", V_ANY, false, "x");
+  EXPECT_EQ(&member, &value["a"]);
   EXPECT_EQ(&value.ValidateBool("b", true, true).ValidateMap("m", true), &value);
   EXPECT_EQ(&value.ValidateNumeric("n", 0, 1, 0, true), &value);
   EXPECT_TRUE(value["b"] == true && !value["m"].IsArray() && takeMessages().empty());
