@@ -118,7 +118,7 @@ for command in convert show; do
     run $command -C "$example" | sed 's/\x1b\[[0-9;]*m//g' | cmp -s - plain
   verdict "$command: colours only add codes"
 done
-if command -v script > /dev/null && [ -z "${TOOL_RUNNER-}" ]; then
+if script -qec true /dev/null < /dev/null > /dev/null 2>&1 && [ -z "${TOOL_RUNNER-}" ]; then
   terminal() { script -qec "'$tool' -c in.json" /dev/null < /dev/null | grep -q $'\e'; }
   terminal && ! NO_COLOR=1 terminal; verdict 'a terminal'
 fi
