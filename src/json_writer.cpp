@@ -110,13 +110,14 @@ bool JsonWriter::enter(const Variant&, const VariantMap& map, Mark& mark) {
   return true;
 }
 
-void JsonWriter::leave(Mark& mark, const VariantMap&) {
+bool JsonWriter::leave(Mark& mark, const VariantMap&) {
   --depth_;
   if (layout_.pretty) {
     output_.put('\n');
     indent();
   }
   output_.put(mark.isArray ? ']' : '}');
+  return true;
 }
 
 void JsonWriter::separate(Mark& mark) {

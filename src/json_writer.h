@@ -33,7 +33,7 @@ class JsonWriter : public TreeVisitor<const Variant> {
   bool enter(const Variant& value, const VariantMap& map, Mark& mark);
   bool numericMember(Mark& mark, std::int64_t key, const Variant& value);
   bool stringMember(Mark& mark, const std::string& key, const Variant& value);
-  void leave(Mark& mark, const VariantMap& map);
+  bool leave(Mark& mark, const VariantMap& map);
 
  private:
   void separate(Mark& mark);

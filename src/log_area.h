@@ -15,7 +15,7 @@ struct LogSite {
 
 /// The messages of one source file, named as "src/variant_bin".
 struct LogArea {
-  enum Level { kError = 3, kNotice = 4 };
+  enum Level { kError = 3, kNotice = 4, kDebug = 7 };
 
   const char* file;
 

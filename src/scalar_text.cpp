@@ -13,20 +13,24 @@ namespace {
 /// The buffer that a text of the form "b64:..." stands for, or null when the text is none.
 std::unique_ptr<VariantBuffer> decodeMarked(std::string_view text) {
   if (text.size() % 4 != 0 || text.substr(0, kBinaryMarker.size()) != kBinaryMarker) return nullptr;
-  if (text.size() > std::numeric_limits<std::uint32_t>::max()) return nullptr;
-  const std::string_view digits = text.substr(kBinaryMarker.size());
-  const std::uint32_t length = static_cast<std::uint32_t>(digits.size());
-  auto buffer = newBuffer(length / 4 * 3);
-  if (length == 0) return buffer;
-  unsigned int room = buffer->size;
-  buffer->size = vexo::utils::unb64(reinterpret_cast<const unsigned char*>(digits.data()), length,
-                                    buffer->data, room);
-  if (buffer->size > 0) return buffer;
+  const std::string_view base64 = text.substr(kBinaryMarker.size());
+  auto buffer = decodeBase64(base64);
+  if (base64.empty() || buffer->size > 0) return buffer;
   deleteBuffer(buffer.release());
   return nullptr;
 }
 
 }  // namespace
+
+std::unique_ptr<VariantBuffer> decodeBase64(std::string_view text) {
+  if (text.empty() || text.size() > std::numeric_limits<std::uint32_t>::max()) return newBuffer(0);
+  const auto length = static_cast<std::uint32_t>(text.size());
+  auto buffer = newBuffer(length / 4 * 3);
+  unsigned int room = buffer->size;
+  buffer->size = vexo::utils::unb64(reinterpret_cast<const unsigned char*>(text.data()), length,
+                                    buffer->data, room);
+  return buffer;
+}
 
 bool appendBase64(const VariantBuffer& buffer, TextSink& output) {
   if (buffer.size == 0) return true;

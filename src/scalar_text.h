@@ -2,7 +2,9 @@
 #ifndef VEXO_VARIANT_SRC_SCALAR_TEXT_H
 #define VEXO_VARIANT_SRC_SCALAR_TEXT_H
 
+#include <memory>
 #include <string>
+#include <string_view>
 
 #include "text_sink.h"
 #include "variant_access.h"
@@ -11,6 +13,10 @@ namespace vexo::variant {
 
 /// What marks a text as a buffer; base64 follows.
 inline constexpr std::string_view kBinaryMarker = "b64:";
+
+/// An owned buffer of the bytes that a base64 text stands for, of which there are none when the
+/// text is broken.
+std::unique_ptr<VariantBuffer> decodeBase64(std::string_view text);
 
 /// Appends the base64 text of a buffer; false, with nothing appended, when it cannot be encoded.
 bool appendBase64(const VariantBuffer& buffer, TextSink& output);

@@ -12,7 +12,7 @@
 namespace vexo::variant {
 
 /// What a visitor of a tree of `Value` (Variant or const Variant) may do; a visitor derives from
-/// this and hides what it needs. Every hook but `leave` returns whether to go on.
+/// this and hides what it needs. Every hook returns whether to go on.
 template <class Value>
 struct TreeVisitor {
   using Map = std::conditional_t<std::is_const_v<Value>, const VariantMap, VariantMap>;
@@ -20,6 +20,8 @@ struct TreeVisitor {
   struct Mark {};
   /// Whether integer-keyed members are passed over.
   static constexpr bool kStringsOnly = false;
+  /// Whether string-keyed members come before integer-keyed ones.
+  static constexpr bool kStringsFirst = false;
 
   /// Whether to go into this value, or to treat it as a leaf.
   static bool isInner(const Value& value) { return isMap(value); }
@@ -34,7 +36,7 @@ struct TreeVisitor {
   bool numericMember(M&, std::int64_t, Value&) {
     return true;
   }
-  /// Between the integer-keyed and the string-keyed members.
+  /// Before the string-keyed members.
   template <class M>
   bool strings(M&, Map&) {
     return true;
@@ -44,12 +46,14 @@ struct TreeVisitor {
     return true;
   }
   template <class M>
-  void leave(M&, Map&) {}
+  bool leave(M&, Map&) {
+    return true;
+  }
 };
 
 /// Visits the tree depth-first, at every map the integer-keyed members before the string-keyed
-/// ones. Open maps are kept in frames, the first 32 of them on the stack. Returns false as soon as
-/// the visitor does.
+/// ones unless the visitor wants it otherwise. Open maps are kept in frames, the first 32 of them
+/// on the stack. Returns false as soon as the visitor does.
 template <class Value, class Visitor>
 bool walkTree(Value& root, Visitor& visitor) {
   using Map = typename Visitor::Map;
@@ -60,40 +64,58 @@ bool walkTree(Value& root, Visitor& visitor) {
     bool inStrings;
     typename Visitor::Mark mark;
   };
+  enum class Result { kDone, kOpened, kStopped };
   PodStack<Frame, 32> frames;
 
-  const auto visit = [&](Value& value) {
-    if (!visitor.isInner(value)) return visitor.leaf(value);
+  const auto open = [&](Value& value) {
     Map& map = mapOf(value);
     typename Visitor::Mark mark{};
-    if (!visitor.enter(value, map, mark)) return false;
+    if (!visitor.enter(value, map, mark)) return Result::kStopped;
     frames.push({&map, map.numericKeys.begin(), map.stringKeys.begin(), false, mark});
-    return true;
+    return Result::kOpened;
+  };
+  const auto visit = [&](Value& value) {
+    if (visitor.isInner(value)) return open(value);
+    return visitor.leaf(value) ? Result::kDone : Result::kStopped;
+  };
+  // Both go on to the next map among the members, which becomes the innermost frame.
+  const auto visitNumeric = [&](Frame& frame) {
+    if (Visitor::kStringsOnly) return Result::kDone;
+    Result result = Result::kDone;
+    const auto end = frame.map->numericKeys.end();
+    while (result == Result::kDone && frame.numeric != end) {
+      auto& member = *frame.numeric++;
+      if (!visitor.numericMember(frame.mark, member.first, member.second)) return Result::kStopped;
+      result = visit(member.second);
+    }
+    return result;
+  };
+  const auto visitStrings = [&](Frame& frame) {
+    if (!frame.inStrings && !visitor.strings(frame.mark, *frame.map)) return Result::kStopped;
+    frame.inStrings = true;
+    Result result = Result::kDone;
+    const auto end = frame.map->stringKeys.end();
+    while (result == Result::kDone && frame.string != end) {
+      auto& member = *frame.string++;
+      if (!visitor.stringMember(frame.mark, member.first, member.second)) return Result::kStopped;
+      result = visit(member.second);
+    }
+    return result;
+  };
+  const auto visitMembers = [&](Frame& frame) {
+    const Result first = Visitor::kStringsFirst ? visitStrings(frame) : visitNumeric(frame);
+    if (first != Result::kDone) return first;
+    return Visitor::kStringsFirst ? visitNumeric(frame) : visitStrings(frame);
   };
 
-  if (!visit(root)) return false;
-  while (!frames.empty()) {
-    Frame& frame = frames.top();
-    if (!frame.inStrings) {
-      if (!Visitor::kStringsOnly && frame.numeric != frame.map->numericKeys.end()) {
-        auto& member = *frame.numeric++;
-        if (!visitor.numericMember(frame.mark, member.first, member.second)) return false;
-        if (!visit(member.second)) return false;
-        continue;
-      }
-      frame.inStrings = true;
-      if (!visitor.strings(frame.mark, *frame.map)) return false;
-    }
-    if (frame.string != frame.map->stringKeys.end()) {
-      auto& member = *frame.string++;
-      if (!visitor.stringMember(frame.mark, member.first, member.second)) return false;
-      if (!visit(member.second)) return false;
-      continue;
-    }
-    visitor.leave(frame.mark, *frame.map);
+  Result result = visit(root);
+  while (result != Result::kStopped && !frames.empty()) {
+    result = visitMembers(frames.top());
+    if (result != Result::kDone) continue;
+    if (!visitor.leave(frames.top().mark, *frames.top().map)) return false;
     frames.pop();
   }
-  return true;
+  return result != Result::kStopped;
 }
 
 }  // namespace vexo::variant

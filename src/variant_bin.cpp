@@ -3,7 +3,7 @@
 #include <bit>
 #include <limits>
 
-#include "binary_output.h"
+#include "binary_entries.h"
 #include "byte_io.h"
 #include "tree_walk.h"
 #include "variant_access.h"
@@ -389,12 +389,7 @@ std::uint32_t FromU56(const std::uint8_t* buffer, std::uint32_t length, std::uin
 std::uint32_t Variant::GetBinRequiredLength() const {
   SizePass pass;
   walkTree(*this, pass);
-  if (pass.total() > std::numeric_limits<std::uint32_t>::max()) {
-    kLog.error("GetBinRequiredLength", "Encoding needs %llu bytes, which is 4 GiB or more",
-               static_cast<unsigned long long>(pass.total()));
-    return 0;
-  }
-  return static_cast<std::uint32_t>(pass.total());
+  return encodedLength(pass.total(), kLog, "GetBinRequiredLength");
 }
 
 std::uint32_t Variant::ToInternalBIN(std::uint8_t* buffer, std::uint32_t length) const {
@@ -403,24 +398,15 @@ std::uint32_t Variant::ToInternalBIN(std::uint8_t* buffer, std::uint32_t length)
 }
 
 std::uint32_t Variant::ToBIN(std::uint8_t* buffer, std::uint32_t& length) const {
-  const std::uint32_t required = GetBinRequiredLength();
-  if (required == 0 || length < required) {
-    length = required;
-    return 0;
-  }
-  return ToInternalBIN(buffer, length);
+  return fits(GetBinRequiredLength(), length) ? ToInternalBIN(buffer, length) : 0;
 }
 
 std::uint32_t Variant::ToBIN(vexo::utils::IOBuffer& output) const {
-  return appendEncoded(output, [this](std::uint8_t* buffer, std::uint32_t& length) {
-    return ToBIN(buffer, length);
-  });
+  return appendEncoded(*this, &Variant::ToBIN, output);
 }
 
 bool Variant::ToBINFile(const std::string& path) const {
-  return writeEncodedFile(
-      path, kLog, "ToBINFile",
-      [this](std::uint8_t* buffer, std::uint32_t& length) { return ToBIN(buffer, length); });
+  return writeEncodedFile(*this, &Variant::ToBIN, path, kLog, "ToBINFile");
 }
 
 std::uint32_t Variant::FromBIN(const std::uint8_t* buffer, std::uint32_t length) {
@@ -429,9 +415,7 @@ std::uint32_t Variant::FromBIN(const std::uint8_t* buffer, std::uint32_t length)
 }
 
 bool Variant::FromBINFile(const std::string& path) {
-  return readEncodedFile(path, [this](const std::uint8_t* bytes, std::uint32_t count) {
-    return FromBIN(bytes, count);
-  });
+  return readEncodedFile(*this, &Variant::FromBIN, path);
 }
 
 }  // namespace vexo::variant

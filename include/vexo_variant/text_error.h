@@ -30,6 +30,12 @@ VEXO_VARIANT_API TextPosition locateText(const char* data, std::size_t length, s
 VEXO_VARIANT_API int readJsonText(const char* data, unsigned int length, Variant& target,
                                   TextError& error);
 
+/// Does what `target.FromKVP(data, length, ...)` does and returns the same; on false also fills
+/// `error`. Logs the lines that it skips.
+VEXO_VARIANT_API bool readKvpText(const char* data, unsigned int length, bool numericKeysAsStrings,
+                                  bool valuesAsStrings, bool splitKeys, Variant& target,
+                                  TextError& error);
+
 }  // namespace vexo::variant
 
 #endif

@@ -1,4 +1,5 @@
-// vexo::variant::Variant: one dynamically typed value, and trees of them, with BIN and JSON.
+// vexo::variant::Variant: one dynamically typed value, and trees of them, with BIN, AMF, JSON, KVP
+// and TOML.
 //
 // Conventions that hold for every declaration below:
 // - A value owns everything below it. Copies are deep, moves hand the record over and leave null.
@@ -507,6 +508,88 @@ class VEXO_VARIANT_API Variant {
   /// behind the value is ignored.
   bool FromJSONFile(const std::string& path);
 
+  // --- KVP ---------------------------------------------------------------------------------------
+  // One line for each leaf: its path, a separator, its value, as in "network.dns.0=192.0.2.1".
+  // Types and empty maps are not written; see docs/kvp.md for what comes back.
+
+  /// Appends the lines of the whole tree to `output`; integer-keyed members come first at every
+  /// map. False for anything but a V_MAP ("Variant must be a V_MAP to create KVP", level 3), and,
+  /// with the lines up to there appended, when a string key contains the separator ("keys can not
+  /// contain `%s` separator when serialized into KVP", level 3) or a buffer cannot be encoded. The
+  /// text grows with the depth of every leaf. A value of an unknown type is a contract violation:
+  /// "Invalid type %d".
+  bool ToKVP(std::string& output, const std::string& separator, const std::string& lineEnd) const;
+  /// The same for any value, which `prefix` leads to; a value that is not a map is one line.
+  bool ToInternalKVP(std::string& output, const std::string& prefix, const std::string& separator,
+                     const std::string& lineEnd) const;
+  /// Replaces the content of a file by the text, as a whole. False as ToKVP, and when the file
+  /// cannot be written.
+  bool ToKVPFile(const std::string& path, const std::string& separator,
+                 const std::string& lineEnd) const;
+  /// Replaces the value by the tree that lines of the form "path=value" stand for. Lines end at
+  /// line feeds; empty ones and those that start with '#' are skipped, and so are those without a
+  /// '=' ("Invalid line detected. Line number (starting from 0): %zu, \"%s\"", level 3).
+  ///
+  /// With `splitKeys` the key is a path of members, joined by '.'; a part that is a decimal integer
+  /// is an integer key of an array, unless `numericKeysAsStrings`. Without it the whole key is one
+  /// member. With `valuesAsStrings` values are strings; otherwise "b64:..." is a buffer, on,
+  /// enable, enabled, true and their opposites are 1 and 0, numbers are what they are, compacted,
+  /// and the rest are strings. A path that names a member twice replaces it.
+  ///
+  /// False when a buffer's base64 text is broken, with the lines before it read. `data` and `text`
+  /// may lie inside the value itself.
+  bool FromKVP(const std::string& text, bool numericKeysAsStrings, bool valuesAsStrings,
+               bool splitKeys);
+  bool FromKVP(const char* data, unsigned int length, bool numericKeysAsStrings,
+               bool valuesAsStrings, bool splitKeys);
+  /// False also when the file cannot be read, with the value null.
+  bool FromKVPFile(const std::string& path, bool numericKeysAsStrings, bool valuesAsStrings,
+                   bool splitKeys);
+
+  // --- AMF ---------------------------------------------------------------------------------------
+  // Adobe's Action Message Format, written only: AMF0, in which buffers are AMF3 byte arrays. Every
+  // number becomes a double; a map becomes a strict array (its keys are not written) when it is
+  // flagged as one and has no string keys, otherwise an object, whose string keys come first. Type
+  // names are not written. A failed write returns 0 (or false); what did not fit is logged as for
+  // BIN.
+
+  /// The exact encoded size in bytes; 0 when the tree cannot be encoded: at level 3 "Byte array too
+  /// big for AMF" (2^28 bytes), "Key too long for AMF" (65,536 bytes), "Encoding needs %llu bytes,
+  /// which is 4 GiB or more", and silently for a value of an unknown type.
+  std::uint32_t GetAMFRequiredLength() const;
+  /// Encodes into `length` bytes; the number written, or 0. A value of an unknown type is logged at
+  /// level 3: "variant type not supported by AMF serializer: %s Ignoring it".
+  std::uint32_t ToInternalAMF(std::uint8_t* buffer, std::uint32_t length) const;
+  /// When `length` is below the required length: sets `length` to it and returns 0, without
+  /// touching `buffer`. Otherwise encodes and returns the number of bytes written.
+  std::uint32_t ToAMF(std::uint8_t* buffer, std::uint32_t& length) const;
+  /// Appends the encoding; the number of bytes, or 0.
+  std::uint32_t ToAMF(vexo::utils::IOBuffer& output) const;
+  /// Replaces the content of a file as a whole. False when it cannot be written, or when the value
+  /// cannot be encoded ("Unable to determine the size of the needed buffer", level 3).
+  bool ToAMFFile(const std::string& path) const;
+  /// There is no AMF reader: logs "Function %s not yet implemented" at level 4, changes nothing and
+  /// returns 0.
+  std::uint32_t FromAMF(const std::uint8_t* buffer, std::uint32_t length);
+  /// Always false; the file is read, and handed to FromAMF.
+  bool FromAMFFile(const std::string& path);
+
+  // --- TOML --------------------------------------------------------------------------------------
+  // TOML 1.1.0, read only. Tables become maps, arrays become arrays, numbers are compacted,
+  // date-times become timestamps (UTC where there is no offset), dates and times alone stay text. A
+  // key that is given twice takes its last value, a table that is opened twice goes on. See
+  // docs/toml.md.
+
+  /// Replaces the value by the document. False, with the value null and a message at level 3, when
+  /// the text is not TOML ("Failed to parse TOML data"), or when it uses one key for a table or an
+  /// array and for something else ("TOML data is not valid", after a message that names the key).
+  /// Such a key must be resolvable as a key chain: one with slashes or brackets, or an empty one,
+  /// names no new table. `data` and `text` may lie inside the value itself.
+  bool FromTOML(const std::string& text);
+  bool FromTOML(const char* data, unsigned int length);
+  /// The same for a file; also false when it cannot be read ("Failed to parse TOML file").
+  bool FromTOMLFile(const std::string& path);
+
  private:
   friend struct VariantAccess;  // the library's own view of type and payload
 
@@ -596,6 +679,12 @@ VEXO_VARIANT_API std::uint32_t ToU56(std::uint64_t value, std::uint8_t* destinat
 /// `result` is unspecified then.
 VEXO_VARIANT_API std::uint32_t FromU56(const std::uint8_t* buffer, std::uint32_t length,
                                        std::uint64_t& result);
+
+/// Writes the 1 to 4 bytes of AMF3's U29 form of `value` and returns their number. Returns 0 and
+/// logs at level 3 "Invalid size for Adobe U29 format" for 2^29 and above, "Limit exceeded: C: %u;
+/// V: %u; M: %u" when `length` is too small. A one-byte form is traced at level 7.
+VEXO_VARIANT_API std::uint32_t WriteAdobeU29(std::uint8_t* buffer, std::uint32_t length,
+                                             std::uint32_t value);
 
 /// Reads one JSON value, after a gap, into `target`, adding to what it holds: a scalar replaces it,
 /// null leaves it, an array appends to a map, an object merges into a map. Returns the number of

@@ -1,0 +1,314 @@
+// KVP, both directions: one "path=value" line for each leaf of a tree.
+#include <algorithm>
+#include <string>
+#include <string_view>
+
+#include "ascii.h"
+#include "log_area.h"
+#include "number_text.h"
+#include "pod_stack.h"
+#include "scalar_text.h"
+#include "text_sink.h"
+#include "tree_walk.h"
+#include "variant_access.h"
+#include "vexo_utils/file.h"
+#include "vexo_variant/text_error.h"
+
+namespace vexo::variant {
+
+namespace {
+
+constexpr LogArea kLog{"src/variant_kvp"};
+
+/// Writes the line of each leaf. The path of the member at hand is kept as text.
+class KvpWriter : public TreeVisitor<const Variant> {
+ public:
+  struct Mark {
+    std::size_t pathLength;  // of the map
+  };
+
+  /// Takes copies: the texts may be the output itself.
+  KvpWriter(std::string& output, std::string prefix, std::string separator, std::string lineEnd)
+      : output_(output),
+        path_(std::move(prefix)),
+        separator_(std::move(separator)),
+        lineEnd_(std::move(lineEnd)) {}
+
+  static bool isInner(const Variant& value) { return typeOf(value) == V_MAP; }
+
+  bool leaf(const Variant& value) {
+    output_.put(path_);
+    output_.put(separator_);
+    if (!scalar(value)) return false;
+    output_.put(lineEnd_);
+    return true;
+  }
+  bool enter(const Variant&, const VariantMap&, Mark& mark) {
+    mark.pathLength = path_.size();
+    return true;
+  }
+  bool numericMember(Mark& mark, std::int64_t key, const Variant&) {
+    NumberBuffer buffer;
+    extendPath(mark, integerText(key, buffer));
+    return true;
+  }
+  bool stringMember(Mark& mark, const std::string& key, const Variant&) {
+    if (key.find(separator_) != std::string::npos) {
+      kLog.error(kFunction, "keys can not contain `%s` separator when serialized into KVP",
+                 separator_.c_str());
+      return false;
+    }
+    extendPath(mark, key);
+    return true;
+  }
+
+ private:
+  static constexpr const char* kFunction = "ToInternalKVP";
+
+  void extendPath(const Mark& mark, std::string_view key) {
+    path_.resize(mark.pathLength);
+    if (!path_.empty()) path_ += '.';
+    path_ += key;
+  }
+
+  bool scalar(const Variant& value) {
+    const std::uint32_t type = typeOf(value);
+    if (findType(type) == nullptr) {
+      kLog.violation(kFunction, "Invalid type %d", static_cast<int>(type));
+    }
+    if (type == V_NULL) return true;
+    if (type == V_TYPED_MAP) {
+      output_.put("\"V_TYPED_MAP is not supported by KVP\"");
+      return true;
+    }
+    return appendScalarText(value, output_);
+  }
+
+  TextSink output_;
+  std::string path_;
+  const std::string separator_;
+  const std::string lineEnd_;
+};
+
+struct KvpRules {
+  bool numericKeysAsStrings;
+  bool valuesAsStrings;
+  bool splitKeys;
+};
+
+/// The words that stand for 1 and 0, in any case of letters.
+struct Word {
+  std::string_view text;
+  std::int8_t value;
+};
+constexpr Word kWords[] = {{"on", 1},  {"enable", 1},  {"enabled", 1},  {"true", 1},
+                           {"off", 0}, {"disable", 0}, {"disabled", 0}, {"false", 0}};
+
+const Word* findWord(std::string_view text) {
+  const auto found = std::find_if(std::begin(kWords), std::end(kWords), [text](const Word& word) {
+    return ascii::equal(text, word.text);
+  });
+  return found == std::end(kWords) ? nullptr : found;
+}
+
+bool isMarkedBuffer(std::string_view text) {
+  return text.size() % 4 == 0 && ascii::equal(text.substr(0, kBinaryMarker.size()), kBinaryMarker);
+}
+
+/// What a text that is no buffer stands for.
+Held holdValue(std::string_view text) {
+  if (const Word* word = findWord(text)) return hold(word->value);
+  if (std::all_of(text.begin(), text.end(), isNumberByte)) {
+    const Held number = parseNumber(text);
+    if (number.type != V_NULL) return compacted(number);
+  }
+  return holdText(text);
+}
+
+/// Reads the lines into a tree. `root` must be null.
+class KvpReader {
+ public:
+  KvpReader(std::string_view text, const KvpRules& rules, Variant& root)
+      : text_(text), rules_(rules), root_(root) {}
+
+  bool read() {
+    std::string_view rest = text_;
+    for (std::size_t number = 0;; ++number) {
+      const std::size_t end = rest.find('\n');
+      if (!readLine(rest.substr(0, end), number)) return false;
+      if (end == std::string_view::npos) return true;
+      rest.remove_prefix(end + 1);
+    }
+  }
+
+  /// Where a failed read stopped.
+  std::size_t errorOffset() const { return errorOffset_; }
+
+ private:
+  /// A part of the key of the line before: where it ends, and the member that it led to.
+  struct Step {
+    std::size_t end;
+    Variant* member;
+  };
+
+  bool readLine(std::string_view line, std::size_t number) {
+    while (!line.empty() && ascii::isSpace(line.front())) line.remove_prefix(1);
+    if (line.empty() || line.front() == '#') return true;
+    const std::size_t equals = line.find('=');
+    if (equals == std::string_view::npos) {
+      kLog.error("FromKVP", "Invalid line detected. Line number (starting from 0): %zu, \"%s\"",
+                 number, std::string(line).c_str());
+      return true;
+    }
+    const std::string_view key = line.substr(0, equals);
+    return store(rules_.splitKeys ? follow(key) : memberAt(root_, key), line.substr(equals + 1));
+  }
+
+  /// The member that the parts of a key lead to. Neighbouring lines mostly share the beginning of
+  /// their keys: those parts are not looked up again.
+  Variant& follow(std::string_view key) {
+    path_.truncate(sharedSteps(key));
+    lastKey_ = key;
+    Variant* member = path_.empty() ? &root_ : path_.top().member;
+    std::size_t start = path_.empty() ? 0 : path_.top().end + 1;
+    while (start <= key.size()) {
+      const std::size_t end = std::min(key.find('.', start), key.size());
+      member = &step(*member, key.substr(start, end - start));
+      path_.push({end, member});
+      start = end + 1;
+    }
+    return *member;
+  }
+
+  std::size_t sharedSteps(std::string_view key) {
+    const auto differs =
+        std::mismatch(key.begin(), key.end(), lastKey_.begin(), lastKey_.end()).first;
+    const auto same = static_cast<std::size_t>(differs - key.begin());
+    const auto isShared = [&](const Step& step) {
+      return step.end <= same && (step.end == key.size() || key[step.end] == '.');
+    };
+    return static_cast<std::size_t>(std::find_if_not(path_.begin(), path_.end(), isShared) -
+                                    path_.begin());
+  }
+
+  Variant& step(Variant& parent, std::string_view part) {
+    std::int64_t number = 0;
+    if (!rules_.numericKeysAsStrings && parseIntegerName(part, number)) {
+      return element(parent, part, number);
+    }
+    if (isPlainName(part)) return memberAt(parent, part);
+    Variant* const found = parent.GetKeyChain(V_ANY, std::string(part), true);
+    return found != nullptr ? *found : memberAt(parent, part);
+  }
+
+  /// Whether a name as a key chain leads to the member of that name and nowhere else.
+  static bool isPlainName(std::string_view name) {
+    return name.find_first_of(std::string_view("/\0", 2)) == std::string_view::npos &&
+           !name.starts_with('[');
+  }
+
+  /// An element is looked up as the key chain "[part]", in which a leading zero means octal, and
+  /// created under the decimal number.
+  Variant& element(Variant& parent, std::string_view part, std::int64_t number) {
+    VariantMap& map = ensureMap(parent);
+    const IntegerPrefix inBrackets = parseIntegerPrefix(part, 0);
+    if (inBrackets.end == part.data() + part.size()) {
+      const auto found = map.numericKeys.find(clampSigned(inBrackets));
+      if (found != map.numericKeys.end()) return found->second;
+    }
+    map.isArray = 1;
+    return map.numericKeys.try_emplace(number).first->second;
+  }
+
+  bool store(Variant& member, std::string_view text) {
+    if (rules_.valuesAsStrings) {
+      replace(member, holdText(text));
+    } else if (isMarkedBuffer(text)) {
+      return storeBuffer(member, text.substr(kBinaryMarker.size()));
+    } else {
+      replace(member, holdValue(text));
+    }
+    return true;
+  }
+
+  bool storeBuffer(Variant& member, std::string_view base64) {
+    auto buffer = decodeBase64(base64);
+    const bool decoded = base64.empty() || buffer->size > 0;
+    replace(member, holdRecord(buffer.release()));
+    if (!decoded) errorOffset_ = static_cast<std::size_t>(base64.data() - text_.data());
+    return decoded;
+  }
+
+  const std::string_view text_;
+  const KvpRules rules_;
+  Variant& root_;
+  std::string_view lastKey_;
+  PodStack<Step, 16> path_;
+  std::size_t errorOffset_ = 0;
+};
+
+bool readText(std::string_view text, const KvpRules& rules, Variant& target, TextError* error) {
+  const Variant old(std::move(target));  // the text may be a part of it
+  KvpReader reader(text, rules, target);
+  if (reader.read()) return true;
+  if (error != nullptr) {
+    *error = {locateText(text.data(), text.size(), reader.errorOffset()),
+              "expected base64 text after 'b64:'"};
+  }
+  return false;
+}
+
+}  // namespace
+
+bool Variant::ToKVP(std::string& output, const std::string& separator,
+                    const std::string& lineEnd) const {
+  if (type_ != V_MAP) {
+    kLog.error("ToKVP", "Variant must be a V_MAP to create KVP");
+    return false;
+  }
+  return ToInternalKVP(output, std::string(), separator, lineEnd);
+}
+
+bool Variant::ToInternalKVP(std::string& output, const std::string& prefix,
+                            const std::string& separator, const std::string& lineEnd) const {
+  KvpWriter writer(output, prefix, separator, lineEnd);
+  return walkTree(*this, writer);
+}
+
+bool Variant::ToKVPFile(const std::string& path, const std::string& separator,
+                        const std::string& lineEnd) const {
+  vexo::utils::File file;
+  if (!file.Initialize(path, vexo::utils::FILE_OPEN_MODE_WRITE, 0)) return false;
+  std::string text;
+  return ToKVP(text, separator, lineEnd) && file.WriteString(text);
+}
+
+bool Variant::FromKVP(const std::string& text, bool numericKeysAsStrings, bool valuesAsStrings,
+                      bool splitKeys) {
+  return readText(text, {numericKeysAsStrings, valuesAsStrings, splitKeys}, *this, nullptr);
+}
+
+bool Variant::FromKVP(const char* data, unsigned int length, bool numericKeysAsStrings,
+                      bool valuesAsStrings, bool splitKeys) {
+  return readText({data, length}, {numericKeysAsStrings, valuesAsStrings, splitKeys}, *this,
+                  nullptr);
+}
+
+bool Variant::FromKVPFile(const std::string& path, bool numericKeysAsStrings, bool valuesAsStrings,
+                          bool splitKeys) {
+  const std::string name = path;  // it may be a part of this value
+  Reset();
+  vexo::utils::File file;
+  std::string text;
+  if (!file.Initialize(name, vexo::utils::FILE_OPEN_MODE_READ, 0)) return false;
+  return file.ReadStringAll(text) &&
+         FromKVP(text, numericKeysAsStrings, valuesAsStrings, splitKeys);
+}
+
+bool readKvpText(const char* data, unsigned int length, bool numericKeysAsStrings,
+                 bool valuesAsStrings, bool splitKeys, Variant& target, TextError& error) {
+  return readText({data, length}, {numericKeysAsStrings, valuesAsStrings, splitKeys}, target,
+                  &error);
+}
+
+}  // namespace vexo::variant
