@@ -5,7 +5,7 @@ tool=$(realpath "$1")
 here=$(dirname "$(realpath "$0")")
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
-cp "$here/device.json" "$work"
+cp "$here/device.json" "$here/gateway.toml" "$work"
 cd "$work"
 
 exec 3>&1  # where the commands are shown, also when their output goes into a file
@@ -57,6 +57,21 @@ try vexo get -r tls/certificate device.bin > certificate.der
 try wc -c certificate.der
 refused 1 vexo get -e maintenance device.bin
 
+say 'TOML, to everything that can be written'
+try sed -n '/^.limits/,/^$/p' gateway.toml
+try vexo -c gateway.toml gateway.json
+try vexo gateway.toml gateway.bin
+try vexo gateway.toml gateway.amf
+try vexo gateway.toml gateway.kvp
+try wc -c gateway.toml gateway.json gateway.bin gateway.amf gateway.kvp
+try vexo get -o kvp network gateway.toml
+
+say 'What two files differ in: nothing in BIN; in KVP, what lines of text cannot carry'
+try vexo diff gateway.toml gateway.bin
+try vexo -c gateway.kvp back.json
+try vexo get -c network/ntp back.json
+refused 1 vexo diff gateway.toml gateway.kvp
+
 say 'What cannot be done is said in one line'
 printf '{\n    "port": 554,\n    "host" "camera"\n}\n' > broken.json
 try cat broken.json
@@ -64,3 +79,7 @@ refused 3 vexo broken.json
 printf '{"-3": true}\n' > negative.json
 refused 4 vexo negative.json negative.bin
 refused 1 vexo get network/wifi device.bin
+printf 'port = 554\nhost = "camera\n' > broken.toml
+refused 3 vexo broken.toml
+refused 3 vexo check device.json gateway.toml broken.toml broken.json gateway.kvp
+refused 2 vexo gateway.json gateway.toml

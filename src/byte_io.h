@@ -19,6 +19,7 @@ class ByteRange {
   ByteRange(Byte* data, std::uint32_t length, LogArea log, const char* function)
       : data_(data), end_(length), log_(log), function_(function) {}
 
+  const char* function() const { return function_; }
   std::uint32_t position() const { return position_; }
   std::uint32_t left() const { return end_ - position_; }
   Byte* here() const { return data_ + position_; }

@@ -1,7 +1,11 @@
 // The AMF format: size pass and writer. There is no reader.
 #include <bit>
 #include <cmath>
+#include <concepts>
 #include <limits>
+#include <string_view>
+#include <type_traits>
+#include <utility>
 
 #include "binary_entries.h"
 #include "byte_io.h"
@@ -27,134 +31,82 @@ constexpr std::uint8_t kLongString = 0x0C;
 constexpr std::uint8_t kAmf3Value = 0x11;
 constexpr std::uint8_t kAmf3ByteArray = 0x0C;
 
-constexpr std::uint32_t kMarkerSize = 1;
-constexpr std::uint32_t kShortCountSize = 2;
-constexpr std::uint32_t kLongCountSize = 4;
-constexpr std::uint32_t kArrayHeadSize = kMarkerSize + kLongCountSize;
-constexpr std::uint32_t kObjectEndSize = kShortCountSize + kMarkerSize;
-constexpr std::uint32_t kByteArrayMarkersSize = 2;
-constexpr std::size_t kMaxShortCount = std::numeric_limits<std::uint16_t>::max();
+constexpr std::uint16_t kNoName = 0;    // comes before the end of an object
+constexpr std::uint16_t kTimeZone = 0;  // of a date
+constexpr std::size_t kMaxShortSize = std::numeric_limits<std::uint16_t>::max();
 constexpr std::uint32_t kByteArrayEnd = 0x10000000;  // sizes from here do not fit into a U29
 constexpr std::uint32_t kU29End = 0x20000000;
-
-bool isShort(std::string_view text) { return text.size() <= kMaxShortCount; }
 
 bool isStrictArray(const Variant& value, const VariantMap& map) {
   return typeOf(value) == V_MAP && map.isArray != 0 && map.stringKeys.empty();
 }
 
-/// The marker and its count, which both depend on the length.
-std::uint32_t stringHeadSize(const std::string& text) {
-  return kMarkerSize + (isShort(text) ? kShortCountSize : kLongCountSize);
+double milliseconds(const timeval& time) {
+  return std::fma(static_cast<double>(time.tv_sec), 1000.0,
+                  static_cast<double>(time.tv_usec) / 1000.0);
 }
 
-/// The size of a value of fixed size, with its marker; 0 for all others.
-std::uint32_t fixedSize(std::uint32_t type) {
-  if (isInteger(type) || type == V_DOUBLE) return kMarkerSize + sizeof(double);
-  switch (type) {
-    case V_NULL:
-      return kMarkerSize;
-    case V_BOOL:
-      return kMarkerSize + 1;
-    case V_TIMESTAMP:
-      return kMarkerSize + sizeof(double) + kShortCountSize;  // the time zone takes two bytes
-    default:
-      return 0;
-  }
-}
-
-bool checkKey(std::string_view key, LogSite site) {
-  if (isShort(key)) return true;
-  kLog.error(site, "Key too long for AMF");
-  return false;
-}
-
-bool checkBuffer(const VariantBuffer& buffer, LogSite site) {
-  if (buffer.size < kByteArrayEnd) return true;
-  kLog.error(site, "Byte array too big for AMF");
-  return false;
-}
-
-/// A byte array begins with its size and a bit that says that the bytes follow.
-std::uint32_t byteArrayHead(const VariantBuffer& buffer) { return buffer.size << 1 | 1; }
-
-class AmfSizePass : public TreeVisitor<const Variant> {
+/// Counts what a writer would write.
+class ByteCounter {
  public:
-  static constexpr bool kStringsFirst = true;
-  struct Mark {
-    bool isArray;
-  };
+  explicit ByteCounter(const char* function) : function_(function) {}
 
-  std::uint64_t total() const { return total_; }
-
-  bool leaf(const Variant& value) {
-    const std::uint32_t size = fixedSize(typeOf(value));
-    if (size > 0) return add(size);
-    const Payload& payload = payloadOf(value);
-    if (typeOf(value) == V_STRING) {
-      return add(stringHeadSize(*payload.string)) && add(payload.string->size());
-    }
-    return typeOf(value) == V_BINARY && byteArray(*payload.buffer);
+  const char* function() const { return function_; }
+  std::uint64_t position() const { return position_; }
+  bool room(std::uint64_t, std::uint64_t, int = 0) const { return true; }
+  void write(const void*, std::uint64_t count) { advance(count); }
+  template <std::unsigned_integral T>
+  void write(T) {
+    advance(sizeof(T));
   }
-  bool enter(const Variant& value, const VariantMap& map, Mark& mark) {
-    mark.isArray = isStrictArray(value, map);
-    return add(mark.isArray ? kArrayHeadSize : kMarkerSize + kObjectEndSize);
-  }
-  bool stringMember(Mark&, const std::string& key, const Variant&) { return name(key); }
-  bool numericMember(Mark& mark, std::int64_t key, const Variant&) {
-    NumberBuffer buffer;
-    return mark.isArray || name(integerText(key, buffer));
-  }
+  void advance(std::uint64_t count) { position_ += count; }
+  // A little room to try out how wide a number gets.
+  std::uint8_t* here() { return scratch_; }
+  std::uint32_t left() const { return sizeof scratch_; }
 
  private:
-  static constexpr const char* kFunction = "GetAMFRequiredLength";
-
-  bool add(std::uint64_t size) {
-    total_ += size;
-    return true;
-  }
-  bool name(std::string_view key) {
-    return checkKey(key, kFunction) && add(kShortCountSize + key.size());
-  }
-  bool byteArray(const VariantBuffer& buffer) {
-    if (!checkBuffer(buffer, kFunction)) return false;
-    std::uint8_t scratch[4];
-    const std::uint32_t width = WriteAdobeU29(scratch, sizeof scratch, byteArrayHead(buffer));
-    return add(std::uint64_t{kByteArrayMarkersSize} + width + buffer.size);
-  }
-
-  std::uint64_t total_ = 0;
+  const char* function_;
+  std::uint64_t position_ = 0;
+  std::uint8_t scratch_[4];
 };
 
-class AmfWriter : public TreeVisitor<const Variant> {
+/// Writes a tree to a ByteWriter, or measures it with a ByteCounter: one description serves both,
+/// so that the size is exact.
+template <class Output>
+class AmfPass : public TreeVisitor<const Variant> {
+  using Position = decltype(std::declval<Output&>().position());
+
  public:
   static constexpr bool kStringsFirst = true;
   struct Mark {
-    std::uint32_t base;  // where the map's encoding begins
+    Position base;  // where the map's encoding begins
     bool isArray;
   };
 
-  AmfWriter(std::uint8_t* buffer, std::uint32_t length) : out_(buffer, length, kLog, kFunction) {}
-
-  std::uint32_t written() const { return out_.position(); }
+  explicit AmfPass(Output& output) : out_(output) {}
 
   bool leaf(const Variant& value) {
-    const std::uint32_t type = typeOf(value);
     const Payload& payload = payloadOf(value);
-    if (type == V_STRING) return string(*payload.string);
-    if (type == V_BINARY) return byteArray(*payload.buffer);
-    const std::uint32_t size = fixedSize(type);
-    if (size > 0) return room(size) && fixed(value);
-    kLog.error(kFunction, "variant type not supported by AMF serializer: %s Ignoring it",
-               Variant::VariantTypeToString(static_cast<VariantType>(type)));
-    return false;
+    switch (typeOf(value)) {
+      case V_NULL:
+        return head(kNull, 0);
+      case V_BOOL:
+        return head(kBoolean, 1) && put(static_cast<std::uint8_t>(integerBits(value)));
+      case V_TIMESTAMP:
+        return head(kDate, sizeof(double) + sizeof kTimeZone) &&
+               putDouble(milliseconds(*payload.timestamp)) && put(kTimeZone);
+      case V_STRING:
+        return string(*payload.string);
+      case V_BINARY:
+        return byteArray(*payload.buffer);
+      default:
+        return number(value);
+    }
   }
   bool enter(const Variant& value, const VariantMap& map, Mark& mark) {
     mark = {out_.position(), isStrictArray(value, map)};
-    if (!room(mark.isArray ? kArrayHeadSize : kMarkerSize)) return false;
-    out_.write(mark.isArray ? kStrictArray : kObject);
-    if (mark.isArray) out_.write(static_cast<std::uint32_t>(map.numericKeys.size()));
-    return true;
+    const auto count = static_cast<std::uint32_t>(map.numericKeys.size());
+    return mark.isArray ? head(kStrictArray, sizeof count) && put(count) : head(kObject, 0);
   }
   bool stringMember(Mark& mark, const std::string& key, const Variant&) { return name(mark, key); }
   bool numericMember(Mark& mark, std::int64_t key, const Variant&) {
@@ -162,80 +114,75 @@ class AmfWriter : public TreeVisitor<const Variant> {
     return mark.isArray || name(mark, integerText(key, buffer));
   }
   bool leave(Mark& mark, const VariantMap&) {
-    if (mark.isArray) return true;
-    if (!out_.room(mark.base, kObjectEndSize)) return false;
-    out_.write(std::uint16_t{0});
-    out_.write(kObjectEnd);
-    return true;
+    return mark.isArray || (out_.room(mark.base, sizeof kNoName + sizeof kObjectEnd) &&
+                            put(kNoName) && put(kObjectEnd));
   }
 
  private:
-  static constexpr const char* kFunction = "ToInternalAMF";
-
-  /// Room for the first bytes of a value.
-  bool room(std::uint64_t needed, int line = __builtin_LINE()) const {
-    return out_.room(out_.position(), needed, line);
+  /// A marker, with room for so many bytes behind it as well.
+  bool head(std::uint8_t marker, std::uint64_t body, int line = __builtin_LINE()) {
+    return out_.room(out_.position(), sizeof marker + body, line) && put(marker);
   }
+  // These need room.
+  template <class T>
+  bool put(T value) {
+    out_.write(value);
+    return true;
+  }
+  bool put(std::string_view bytes) {
+    out_.write(bytes.data(), static_cast<std::uint32_t>(bytes.size()));
+    return true;
+  }
+  bool putDouble(double value) { return put(std::bit_cast<std::uint64_t>(value)); }
+
+  bool number(const Variant& value) {
+    const std::uint32_t type = typeOf(value);
+    if (!isInteger(type) && type != V_DOUBLE) return unsupported(type);
+    return head(kNumber, sizeof(double)) && putDouble(static_cast<double>(value));
+  }
+  /// Only the writer tells; the size is 0 without a word.
+  bool unsupported(std::uint32_t type) const {
+    if (std::is_same_v<Output, ByteWriter>) {
+      kLog.error(out_.function(), "variant type not supported by AMF serializer: %s Ignoring it",
+                 Variant::VariantTypeToString(static_cast<VariantType>(type)));
+    }
+    return false;
+  }
+
+  bool string(std::string_view text) {
+    const auto size = static_cast<std::uint32_t>(text.size());
+    if (text.size() <= kMaxShortSize) {
+      const auto shortSize = static_cast<std::uint16_t>(size);
+      return head(kString, sizeof shortSize + text.size()) && put(shortSize) && put(text);
+    }
+    return head(kLongString, sizeof size + std::uint64_t{text.size()}) && put(size) && put(text);
+  }
+
   bool name(const Mark& mark, std::string_view key) {
-    if (!checkKey(key, kFunction) || !out_.room(mark.base, kShortCountSize + key.size())) {
+    if (key.size() > kMaxShortSize) {
+      kLog.error(out_.function(), "Key too long for AMF");
       return false;
     }
-    out_.write(static_cast<std::uint16_t>(key.size()));
-    out_.write(key.data(), static_cast<std::uint32_t>(key.size()));
-    return true;
+    const auto size = static_cast<std::uint16_t>(key.size());
+    return out_.room(mark.base, sizeof size + key.size()) && put(size) && put(key);
   }
-  bool string(const std::string& text) {
-    if (!room(std::uint64_t{stringHeadSize(text)} + text.size())) return false;
-    const auto size = static_cast<std::uint32_t>(text.size());
-    if (isShort(text)) {
-      out_.write(kString);
-      out_.write(static_cast<std::uint16_t>(size));
-    } else {
-      out_.write(kLongString);
-      out_.write(size);
-    }
-    out_.write(text.data(), size);
-    return true;
-  }
+
+  /// Its size comes with a bit that says that the bytes follow.
   bool byteArray(const VariantBuffer& buffer) {
-    const std::uint32_t base = out_.position();
-    if (!checkBuffer(buffer, kFunction) || !room(kByteArrayMarkersSize)) return false;
-    out_.write(kAmf3Value);
-    out_.write(kAmf3ByteArray);
-    const std::uint32_t width = WriteAdobeU29(out_.here(), out_.left(), byteArrayHead(buffer));
+    if (buffer.size >= kByteArrayEnd) {
+      kLog.error(out_.function(), "Byte array too big for AMF");
+      return false;
+    }
+    const auto base = out_.position();
+    if (!head(kAmf3Value, sizeof kAmf3ByteArray) || !put(kAmf3ByteArray)) return false;
+    const std::uint32_t width = WriteAdobeU29(out_.here(), out_.left(), buffer.size << 1 | 1);
     out_.advance(width);
     if (width == 0 || !out_.room(base, buffer.size)) return false;
     out_.write(buffer.data, buffer.size);
     return true;
   }
-  /// Needs room.
-  bool fixed(const Variant& value) {
-    switch (typeOf(value)) {
-      case V_NULL:
-        out_.write(kNull);
-        break;
-      case V_BOOL:
-        out_.write(kBoolean);
-        out_.write(static_cast<std::uint8_t>(integerBits(value)));
-        break;
-      case V_TIMESTAMP:
-        out_.write(kDate);
-        number(milliseconds(*payloadOf(value).timestamp));
-        out_.write(std::uint16_t{0});  // the time zone
-        break;
-      default:
-        out_.write(kNumber);
-        number(static_cast<double>(value));
-    }
-    return true;
-  }
-  void number(double value) { out_.write(std::bit_cast<std::uint64_t>(value)); }
-  static double milliseconds(const timeval& time) {
-    return std::fma(static_cast<double>(time.tv_sec), 1000.0,
-                    static_cast<double>(time.tv_usec) / 1000.0);
-  }
 
-  ByteWriter out_;
+  Output& out_;
 };
 
 }  // namespace
@@ -261,14 +208,16 @@ std::uint32_t WriteAdobeU29(std::uint8_t* buffer, std::uint32_t length, std::uin
 }
 
 std::uint32_t Variant::GetAMFRequiredLength() const {
-  AmfSizePass pass;
+  ByteCounter counter("GetAMFRequiredLength");
+  AmfPass pass(counter);
   if (!walkTree(*this, pass)) return 0;
-  return encodedLength(pass.total(), kLog, "GetAMFRequiredLength");
+  return encodedLength(counter.position(), kLog, counter.function());
 }
 
 std::uint32_t Variant::ToInternalAMF(std::uint8_t* buffer, std::uint32_t length) const {
-  AmfWriter writer(buffer, length);
-  return walkTree(*this, writer) ? writer.written() : 0;
+  ByteWriter writer(buffer, length, kLog, "ToInternalAMF");
+  AmfPass pass(writer);
+  return walkTree(*this, pass) ? writer.position() : 0;
 }
 
 std::uint32_t Variant::ToAMF(std::uint8_t* buffer, std::uint32_t& length) const {

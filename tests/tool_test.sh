@@ -5,6 +5,7 @@ set -u
 shopt -s extglob
 tool=$(realpath "$1")
 example=$(realpath "$2")/examples/device.json
+gateway=$(realpath "$2")/examples/gateway.toml
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 cd "$work" && unset NO_COLOR || exit 1
@@ -102,6 +103,56 @@ EOF
 TOOL_RUNNER="env LC_ALL=de_DE.UTF-8 ${TOOL_RUNNER-}" check 0 '' '[1.5]' '[1.500000]\n' -c
 NO_COLOR=1 check 0 '' '[1]' '[\e[36m1\e[0m]\n' '-C -c'
 
+# --- KVP, TOML and AMF, what they lose, diff and check ----
+printf '{"x":1,"m":%.0s' {1..40000} > steep.json && printf '{%040001d' 0 | tr 0 '}' >> steep.json
+printf '{"x%065535d":1}' 0 > long.json && printf 'a = 1\n' > set.toml
+{ cat half.json; printf 5; tr '[' ']' < half.json; } > deeper.json
+printf '{"a":1,"b":{"x":[1]},"c":18446744073709551615}' > right.json
+printf '[[1.23456782],"x"]' > kinds.json && printf '[2.5,18446744073709551615]' > numbers.json
+printf 'a=2026-01-02T03:04:05.000000Z' > time.kvp && printf '\xE0\x0C\x7F\xF8\0\0\0\0\0\0' > nan.bin
+checkAll <<'EOF'
+0|| {"a":[1,{"b":null}],"s":"x"} | a.0=1\na.1.b=\ns=x\n                 | -o kvp
+0|| {"a":[1,true]} | \x03\0\x01a\x0A\0\0\0\x02\0\x3F\xF0\0\0\0\0\0\0\x01\x01\0\0\x09 | -o amf
+0|| {"a":[1]} || - out.kvp ;; 0|||| -i out.kvp ;; 0|| | {"a":[1]}\n  | -c out.kvp
+0|| {"a":{"b":1}} | a.b: 1\n     | -o kvp --kvp-separator ': ' ;; 0|| {} || - out.AMF
+0|| a.b=1\nc=on   | {"a.b":1,"c":1}\n          | -c -p kvp --kvp-flat
+0|| a.b=1\nc=on   | {"a":{"b":"1"},"c":"on"}\n | -c -p kvp --kvp-strings
+2| out.AMF: AMF can only be written ||| out.AMF ;; 2| * ||| -p amf      ;; 2| * ||| -o toml
+2| x.toml: TOML can only be read: * ||| - x.toml ;; 2| set.toml: TOML * ||| -i set.toml
+0|| # c\n\n [a.b] # d\nx=1 | {"a":{"b":{"x":1}}}\n | -c ;; 0|| [[a]]\nx=1  | {"a":[{"x":1}]}\n | -c
+0|| [true]\n      | [true]\n     | -c ;; 0|| [nuLL]        | [null]\n     | -c
+0|| [0x1F]        | [31]\n       | -c ;; 0|| [-1]          | [-1]\n       | -c
+0|| # a=b\n"x=y"  | "x=y"\n      | -c ;; 0|| // a=b\n5     | 5\n          | -c
+0|| a . "b" = 'x' | {"a":{"b":"x"}}\n | -c ;; 0|| a = +1   | {"a":1}\n    | -c
+0|| a = false     | {"a":false}\n     | -c ;; 0|| a = fals | {"a ":" fals"}\n | -c
+0|| a = [2]       | {"a":[2]}\n       | -c ;; 0|| %a="{    | {"%a":"\\"{"}\n | -c
+0| warning: <stdin>:2: line without '=' skipped | a=x\nb\nc=y | {"a":"x","c":"y"}\n | -c
+0|| a=x\nb | {"a":"x"}\n | -c -q  ;; 3| <stdin>:2:7: * | a=x\nb=b64:!!!!\nc || -p kvp
+3| <stdin>:2:6: *    | a = 1\n"ä"= \n ||             ;; 3| <stdin>: * same key(a) * | a = 1\n[a]\n ||
+4| *: * V_MAP *      | 5 || -o kvp   ;; 4| *: keys can not contain `=` * | {"a=":1} || -o kvp
+4| steep.json: KVP text would take 16001+([0-9]) bytes ||| steep.json steep.kvp
+4| long.json: not representable in AMF: Key too long for AMF ||| -o amf long.json
+0| *: doubles rounded *: 1, first at a  | {"a":0.1234567,"b":0.5} | a=0.123457\nb=0.500000\n | -o kvp
+0| *: infinit* strings: 1, first at a   | a = inf        | a=inf\n     | -o kvp
+0| *: empty maps *: 2, first at a       | {"a":[],"b":{}} |           | -o kvp
+0| *: strings with *: 1, first at a     | {"a":"x\\ny"}  | a=x\ny\n    | -o kvp
+0| *: keys that *: 3, first at ""       | {"":{"k":1}," b":1,"#c":1,"5":1} || - out.kvp
+0| *: keys that *: 2, first at x/\[5\]  | {"x":{"#c":1," b":1,"d/e":1,"5":2,"[5]":1,"y.":1}} || - out.kvp
+0| *: keys that *: 1, first at x/y      | {"x":{"y":1},"x/y":1}      || - out.kvp
+0| *: keys that *: 1, first at t/05     | [t]\n05 = 1\nx-5 = 1 | t.05=1\nt.x-5=1\n | -o kvp
+0| *: integers *: 2, first at \[0\]     | [-9007199254740993,9007199254740992,0xffffffffffffffff] || - out.amf
+0| *: arrays *: 1, first at b           | a.0=x\na.1=y\nb.0=x\nb.2=y || - out.amf
+0| *: names *: 1, first at .            | \x10\x11\0\x03cam\0\0 | \x03\0\0\x09 | -o amf
+1|| {"a":2,"b":{"x":[1,2]},"c":-1,"n":null,"x\\ny":0} | - a = 2\n+ a = 1\n- b/x/[1] = 2\n- c = -1\n+ c = 18446744073709551615\n- n = null\n- x?y = 0\n | diff - right.json
+1|| [{"0":1.23456781},[2]] | - [0] = (MAP)\n+ [0] = (MAP, array)\n- [0]/[0] = (DOUBLE) 1.23456781\n+ [0]/[0] = (DOUBLE) 1.23456782\n- [1] = [2]\n+ [1] = "x"\n | diff - kinds.json
+1|| a = 2026-01-02T03:04:05Z | - a = (TIMESTAMP) "2026-01-02T03:04:05.000000Z"\n+ a = (STRING) "2026-01-02T03:04:05.000000Z"\n | diff - time.kvp
+1|| [2] | - [0] = 2\n+ [0] = 2.500000\n+ [1] = 18446744073709551615\n | diff - numbers.json
+0|| \xE0\x0C\x7F\xF8\0\0\0\0\0\0 || diff - nan.bin    ;; 0|| a = 1.0 || diff -p toml set.toml -
+1|||| diff -q set.toml right.json    ;; 1|||| diff -q deep.json deeper.json ;; 2| * ||| diff - -
+3| broken.json:1:6: * ||| diff set.toml broken.json
+0|||| check in.json true.bin deep.json $gateway ;; 5| none.json: * ||| check none.json in.json
+EOF
+
 # --- what the checks have left in files ----
 run -c out.BIN | cmp -s - <(printf '%s\n' "$json"); verdict 'through a BIN file'
 [ -L link.json ] && [ "$(stat -c %a edit.json)$(< edit.json)" = "640$json" ]; verdict 'in place'
@@ -109,6 +160,10 @@ cmp -s true.bin edit.dat && [ "$(< broken.json)" = '{"a" 1}' ]; verdict 'in plac
 cat out.json plain.json | cmp -s - <(printf '[7]\n[1]\n'); verdict 'files: line feed, no colours'
 for file in indent compact binary; do cmp -s deep.json $file.json; verdict "deep: $file"; done
 run show -q deep.json | cmp -s - deep.json; verdict 'deep tree shown compact'
+run check in.json broken.json none.json set.toml > out 2> err
+[ $? -eq 3 ] && [ "$(wc -l < err)" -eq 2 ] && [ ! -s out ]; verdict 'check goes on'
+printf 'a\n%.0s' {1..9} | run -p kvp > out 2> err
+[ "$(wc -l < err)" -eq 6 ] && grep -q ': 4 more lines' err; verdict 'many skipped lines'
 
 # --- colours, pipes and streams ----
 [ "$(run -h)" = "$(run --help)" ] && run -V | grep -Eqx 'vexo-variant [0-9]+\.[0-9]+\.[0-9]+'
@@ -128,6 +183,9 @@ run < /dev/null >&- 2> err; [ $? -eq 3 ]; verdict 'closed output, unused'
 run in.json >&- 2> err; [ $? -eq 5 ] && said '<stdout>: *'; verdict 'closed output'
 run <&- 2> err; [ $? -eq 5 ] && said '<stdin>: *'; verdict 'closed input'
 run <(cat in.json) -c | cmp -s - <(printf '%s\n' "$json"); verdict 'a pipe by name'
+run "$gateway" -o bin | run diff - "$gateway"; verdict 'TOML and BIN'
+run diff set.toml right.json > /dev/full 2> err; [ $? -eq 5 ] && said '<stdout>: *'
+verdict 'diff: standard output is full'
 run "$example" -o bin | run | run -o bin | run -c | cmp -s - <(run "$example" -c)
 verdict 'round trip in pipes'
 run -q deep.json 2> err | head -c 1 > out; [ "${PIPESTATUS[0]}" -eq 141 ] && said ''

@@ -5,8 +5,11 @@
 
 #include <CLI/Validators.hpp>
 #include <cstdlib>
+#include <new>
+#include <string_view>
 
 #include "colour.h"
+#include "diff.h"
 #include "formats.h"
 #include "io.h"
 #include "report.h"
@@ -19,18 +22,25 @@ using namespace vexo::variant;
 
 namespace {
 
-// --- Options
-// ---------------------------------------------------------------------------------------
+// --- Options -------------------------------------------------------------------------------------
 
-CLI::Option* addFormat(CLI::App& app, const char* names, std::string& format, const char* help) {
-  return app.add_option(names, format, help)->check(CLI::IsMember(formatNames()));
+void addReading(CLI::App& app, Options& options) {
+  app.add_option("-p,--input-format", options.inputFormat,
+                 "format of the input (by default from the extension, then from the content)")
+      ->check(CLI::IsMember(readableFormats()));
+  app.add_flag("--kvp-flat", options.formatting.kvpFlat, "KVP input: dots in keys mean nothing");
+  app.add_flag("--kvp-strings", options.formatting.kvpStrings,
+               "KVP input: all values stay strings");
+}
+
+void addQuiet(CLI::App& app, Options& options, const char* help) {
+  app.add_flag("-q,--quiet", options.quiet, help);
 }
 
 void addInput(CLI::App& app, const char* name, Options& options) {
   app.add_option(name, options.input, "the input; - (the default) is standard input");
-  addFormat(app, "-p,--input-format", options.inputFormat,
-            "format of the input (by default from the extension, then from the content)");
-  app.add_flag("-q,--quiet", options.quiet, "no warnings");
+  addReading(app, options);
+  addQuiet(app, options, "no warnings");
 }
 
 void addColour(CLI::App& app, Options& options) {
@@ -39,35 +49,41 @@ void addColour(CLI::App& app, Options& options) {
   app.add_flag("-M,--monochrome", options.monochrome, "no colours")->excludes(on);
 }
 
-void addOutputFormat(CLI::App& app, Options& options) {
-  addFormat(app, "-o,--output-format", options.outputFormat, "format of the output");
-  app.add_flag("-c,--compact", options.compact, "JSON on one line");
+void addWriting(CLI::App& app, Options& options) {
+  app.add_option("-o,--output-format", options.outputFormat, "format of the output")
+      ->check(CLI::IsMember(writableFormats()));
+  app.add_flag("-c,--compact", options.formatting.compact, "JSON on one line");
+  app.add_option("--kvp-separator", options.formatting.kvpSeparator,
+                 "KVP output: what stands between key and value, = by default");
   addColour(app, options);
 }
 
-// --- Input and output
-// ------------------------------------------------------------------------------
+// --- Input and output ----------------------------------------------------------------------------
 
-struct Document {
-  Reporter reporter;
-  const Format* format = nullptr;
-  Variant value = {};
+/// An input that is open, and the format in which it is read.
+struct Input {
+  Input(const std::string& path, const Options& options)
+      : reporter(inputName(path), options.quiet),
+        source(path, reporter),
+        format(formatOf(path, options, source)) {}
+
+  Variant read(const Options& options) {
+    Variant value;
+    format.read(source.readAll(format.maxInput), options.formatting, value, reporter);
+    return value;
+  }
+
+  const Reporter reporter;
+  Source source;
+  const Format& format;
+
+ private:
+  static const Format& formatOf(const std::string& path, const Options& options, Source& source) {
+    const Format* format =
+        options.inputFormat.empty() ? formatByExtension(path) : formatByName(options.inputFormat);
+    return format != nullptr ? format->readable(path) : formatByContent(source.head());
+  }
 };
-
-const Format& inputFormat(const Options& options, Source& source) {
-  const Format* format = options.inputFormat.empty() ? formatByExtension(options.input)
-                                                     : formatByName(options.inputFormat);
-  return format != nullptr ? *format : formatByContent(source.head());
-}
-
-Document load(const Options& options) {
-  Document document{Reporter(inputName(options.input), options.quiet)};
-  Source source(options.input, document.reporter);
-  document.format = &inputFormat(options, source);
-  document.format->read(source.readAll(document.format->maxInput), document.value,
-                        document.reporter);
-  return document;
-}
 
 bool wantsColour(const Options& options) {
   if (options.colour || options.monochrome) return options.colour;
@@ -75,60 +91,59 @@ bool wantsColour(const Options& options) {
   return ::isatty(STDOUT_FILENO) == 1 && (noColour == nullptr || *noColour == '\0');
 }
 
-void print(std::string text) {
-  text += '\n';
-  writeOutput(std::string(kStandardStream), text);
-}
+void print(std::string_view text) { writeOutput(std::string(kStandardStream), text); }
 
-void printText(const Options& options, std::string text, TextKind kind) {
-  print(wantsColour(options) ? colourise(text, kind) : std::move(text));
+void printAsLine(std::string text) { print(text += '\n'); }
+
+void printText(const Options& options, const std::string& text, TextKind kind) {
+  if (wantsColour(options)) {
+    print(colourise(text, kind));
+  } else {
+    print(text);
+  }
 }
 
 /// Writes a value in a format to standard output or to a file.
 void deliver(const Options& options, const std::string& path, const Format& format,
              const Variant& value, const Reporter& reporter) {
-  std::string bytes = format.write(value, options.compact, reporter);
-  if (format.isText && path == kStandardStream) {
-    printText(options, std::move(bytes), TextKind::kJson);
+  const std::string bytes = format.write(value, options.formatting, reporter);
+  if (format.hasColours && path == kStandardStream) {
+    printText(options, bytes, TextKind::kJson);
   } else {
-    if (format.isText) bytes += '\n';
     writeOutput(path, bytes);
   }
 }
 
-// --- convert
-// ---------------------------------------------------------------------------------------
+// --- convert -------------------------------------------------------------------------------------
 
 void declareConvert(CLI::App& app, Options& options) {
   addInput(app, "IN", options);
   CLI::Option* output =
       app.add_option("OUT", options.output, "the output; - (the default) is standard output");
-  addOutputFormat(app, options);
+  addWriting(app, options);
   app.add_flag("-i,--in-place", options.inPlace, "write back to IN")->excludes(output);
 }
 
-const Format& chosenOutputFormat(const Options& options, const Format* byDefault) {
-  return *(options.outputFormat.empty() ? byDefault : formatByName(options.outputFormat));
-}
-
-const Format* formatOfOutputFile(const std::string& path) {
-  const Format* format = formatByExtension(path);
-  return format != nullptr ? format : formatByName("json");
+/// The format that is asked for, or that of a file in place, or that of the extension of the
+/// output, or JSON.
+const Format& outputFormat(const Options& options, const std::string& path, const Format* inPlace) {
+  if (!options.outputFormat.empty()) return *formatByName(options.outputFormat);
+  const Format* format = inPlace != nullptr ? inPlace : formatByExtension(path);
+  return format != nullptr ? format->writable(path) : *formatByName("json");
 }
 
 int runConvert(const Options& options) {
   if (options.inPlace && options.input == kStandardStream) {
     throw Failure(kUsage, "--in-place needs a file");
   }
-  const Document document = load(options);
+  Input input(options.input, options);
   const std::string& path = options.inPlace ? options.input : options.output;
-  const Format* byDefault = options.inPlace ? document.format : formatOfOutputFile(path);
-  deliver(options, path, chosenOutputFormat(options, byDefault), document.value, document.reporter);
+  const Format& format = outputFormat(options, path, options.inPlace ? &input.format : nullptr);
+  deliver(options, path, format, input.read(options), input.reporter);
   return kDone;
 }
 
-// --- show
-// ------------------------------------------------------------------------------------------
+// --- show ----------------------------------------------------------------------------------------
 
 void declareShow(CLI::App& app, Options& options) {
   addInput(app, "FILE", options);
@@ -136,27 +151,26 @@ void declareShow(CLI::App& app, Options& options) {
 }
 
 int runShow(const Options& options) {
-  const Document document = load(options);
-  const TextSurvey survey = surveyText(document.value);
-  survey.warnOfLosses(document.reporter);
-  if (survey.allowsIndent(document.reporter)) {
-    printText(options, document.value.ToString(), TextKind::kAnnotated);
+  Input input(options.input, options);
+  const Variant value = input.read(options);
+  warnOfLosses(value, kToJson, input.reporter);
+  if (allowsIndent(value, input.reporter)) {
+    printText(options, value.ToString() + '\n', TextKind::kAnnotated);
   } else {
     std::string text;
-    document.value.ToJSON(text, false);
-    printText(options, std::move(text), TextKind::kJson);
+    value.ToJSON(text, false);
+    printText(options, text += '\n', TextKind::kJson);
   }
   return kDone;
 }
 
-// --- get
-// -------------------------------------------------------------------------------------------
+// --- get -----------------------------------------------------------------------------------------
 
 void declareGet(CLI::App& app, Options& options) {
   app.add_option("CHAIN", options.chain, "such as network/ports/[0]; . is the whole document")
       ->required();
   addInput(app, "FILE", options);
-  addOutputFormat(app, options);
+  addWriting(app, options);
   app.add_flag("-r,--raw", options.raw,
                "strings and timestamps without quotes, the bytes of a buffer");
   app.add_option("-d,--default", options.fallback, "what to print when there is no such member");
@@ -170,20 +184,19 @@ const Variant* findChain(const Variant& root, const std::string& chain) {
 
 int reportMissing(const Options& options, const Reporter& reporter) {
   if (!options.fallback) reporter.fail(kNotFound, "no member " + options.chain);
-  print(*options.fallback);
+  printAsLine(*options.fallback);
   return kDone;
 }
 
 /// The types that have a raw form; false for all others.
 bool printRaw(const Variant& value) {
   if (value == V_STRING) {
-    print(static_cast<const std::string&>(value));
+    printAsLine(value);
   } else if (value == V_TIMESTAMP) {
-    print(vexo::utils::timevalToString(&static_cast<const timeval&>(value)));
+    printAsLine(vexo::utils::timevalToString(&static_cast<const timeval&>(value)));
   } else if (value == V_BINARY) {
     const VariantBuffer* buffer = value;
-    writeOutput(std::string(kStandardStream),
-                {reinterpret_cast<const char*>(buffer->data), buffer->size});
+    print({reinterpret_cast<const char*>(buffer->data), buffer->size});
   } else {
     return false;
   }
@@ -195,20 +208,74 @@ bool isNullOrFalse(const Variant& value) {
 }
 
 int runGet(const Options& options) {
-  const Document document = load(options);
-  const Variant* found = findChain(document.value, options.chain);
-  if (found == nullptr) return reportMissing(options, document.reporter);
+  Input input(options.input, options);
+  const std::string path(kStandardStream);
+  const Format& format = outputFormat(options, path, nullptr);
+  const Variant value = input.read(options);
+  const Variant* found = findChain(value, options.chain);
+  if (found == nullptr) return reportMissing(options, input.reporter);
   if (!options.raw || !printRaw(*found)) {
-    deliver(options, std::string(kStandardStream),
-            chosenOutputFormat(options, formatByName("json")), *found, document.reporter);
+    deliver(options, path, format, *found, input.reporter);
   }
   return options.exitStatus && isNullOrFalse(*found) ? kNotFound : kDone;
+}
+
+// --- diff ----------------------------------------------------------------------------------------
+
+void declareDiff(CLI::App& app, Options& options) {
+  app.add_option("A", options.input, "one file; - is standard input")->required();
+  app.add_option("B", options.other, "the other file")->required();
+  addReading(app, options);
+  addQuiet(app, options, "no warnings and no differences, only the exit code");
+}
+
+int runDiff(const Options& options) {
+  if (options.input == kStandardStream && options.other == kStandardStream) {
+    throw Failure(kUsage, "only one of two files can be standard input");
+  }
+  const Variant left = Input(options.input, options).read(options);
+  const Variant right = Input(options.other, options).read(options);
+  const bool equal = options.quiet ? areEqual(left, right) : printDifferences(left, right);
+  return equal ? kDone : kDifferent;
+}
+
+// --- check ---------------------------------------------------------------------------------------
+
+void declareCheck(CLI::App& app, Options& options) {
+  app.add_option("FILE", options.files, "the files; - is standard input")->required();
+  addReading(app, options);
+  addQuiet(app, options, "no warnings");
+}
+
+/// The exit code for one file; says what is wrong with it.
+int checkFile(const std::string& path, const Options& options) {
+  try {
+    Input(path, options).read(options);
+    return kDone;
+  } catch (const Failure& failure) {
+    printLine(failure.what());
+    return failure.code();
+  } catch (const std::bad_alloc&) {
+    printLine(inputName(path) + ": out of memory");
+    return kInputOutput;
+  }
+}
+
+int runCheck(const Options& options) {
+  int result = kDone;
+  for (const std::string& path : options.files) {
+    const int code = checkFile(path, options);
+    if (result == kDone) result = code;
+  }
+  return result;
 }
 
 constexpr Command kCommands[] = {
     {"convert", "Convert between formats", declareConvert, runConvert},
     {"show", "Show a tree with the types of its values", declareShow, runShow},
     {"get", "Print the member that a key chain leads to", declareGet, runGet},
+    {"diff", "Print what two files differ in, one line each", declareDiff, runDiff},
+    {"check", "Say which files do not parse", declareCheck, runCheck},
 };
 
 }  // namespace

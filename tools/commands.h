@@ -6,6 +6,9 @@
 #include <optional>
 #include <span>
 #include <string>
+#include <vector>
+
+#include "formats.h"
 
 namespace tool {
 
@@ -13,11 +16,13 @@ namespace tool {
 struct Options {
   std::string input = "-";
   std::string output = "-";
+  std::string other;               ///< what the input is compared with
+  std::vector<std::string> files;  ///< that are checked
   std::string chain;
   std::string inputFormat;   ///< a name, or empty: by extension, then by content
   std::string outputFormat;  ///< a name, or empty: by extension, then json
   std::optional<std::string> fallback;
-  bool compact = false;
+  FormatOptions formatting;
   bool inPlace = false;
   bool raw = false;
   bool exitStatus = false;

@@ -1,12 +1,15 @@
 #include "formats.h"
 
 #include <algorithm>
+#include <charconv>
 #include <filesystem>
 #include <iterator>
 #include <limits>
 
+#include "detection.h"
 #include "host.h"
 #include "survey.h"
+#include "vexo_parsers/toml.h"
 #include "vexo_variant/text_error.h"
 
 namespace tool {
@@ -14,6 +17,12 @@ namespace tool {
 using namespace vexo::variant;
 
 namespace {
+
+void failAt(const TextPosition& position, const char* reason, const Reporter& reporter) {
+  reporter.failAt(position.line, position.column, reason);
+}
+
+// --- BIN and AMF ---------------------------------------------------------------------------------
 
 constexpr VariantType kBinTags[] = {
     V_NULL,   V_BOOL,   V_INT8,   V_INT16,     V_INT32,  V_INT64,  V_UINT8, V_UINT16,
@@ -32,7 +41,8 @@ void warnOfRest(std::string_view rest, const Reporter& reporter) {
   reporter.warn(std::to_string(rest.size()) + " bytes after the BIN value ignored");
 }
 
-void decodeBin(const std::string& input, Variant& value, const Reporter& reporter) {
+void decodeBin(const std::string& input, const FormatOptions&, Variant& value,
+               const Reporter& reporter) {
   if (!matchesBin(input)) reporter.fail(kNotParsed, "not a BIN value");
   const std::uint32_t taken = value.FromBIN(reinterpret_cast<const std::uint8_t*>(input.data()),
                                             static_cast<std::uint32_t>(input.size()));
@@ -40,24 +50,46 @@ void decodeBin(const std::string& input, Variant& value, const Reporter& reporte
   warnOfRest(std::string_view(input).substr(taken), reporter);
 }
 
-std::string whyNotBin(const Variant& value) {
+/// Empty when the value cannot be encoded.
+std::string encode(const Variant& value, std::uint32_t (Variant::*measure)() const,
+                   std::uint32_t (Variant::*write)(std::uint8_t*, std::uint32_t&) const) {
+  std::uint32_t length = (value.*measure)();
+  std::string output(length, '\0');
+  if (length > 0) {
+    length = (value.*write)(reinterpret_cast<std::uint8_t*>(output.data()), length);
+  }
+  output.resize(length);
+  return output;
+}
+
+std::string whyNotBin(const Variant& value, const FirstError& error) {
   const Finding keys = findKeysOutsideBin(value);
-  if (keys.count == 0) return std::string("not representable in BIN: ") + lastLibraryError();
+  if (keys.count == 0) return "not representable in BIN: " + error.text();
   return "integer keys outside 0 to 2^56-1 cannot be stored in BIN: " + std::to_string(keys.count) +
          ", first at " + keys.firstPath;
 }
 
-std::string encodeBin(const Variant& value, bool, const Reporter& reporter) {
-  std::uint32_t length = value.GetBinRequiredLength();
-  std::string output(length, '\0');
-  const std::uint32_t written =
-      length == 0 ? 0 : value.ToBIN(reinterpret_cast<std::uint8_t*>(output.data()), length);
-  if (written == 0) reporter.fail(kNotRepresentable, whyNotBin(value));
-  output.resize(written);
+std::string encodeBin(const Variant& value, const FormatOptions&, const Reporter& reporter) {
+  FirstError error;
+  std::string output = encode(value, &Variant::GetBinRequiredLength, &Variant::ToBIN);
+  if (output.empty()) reporter.fail(kNotRepresentable, whyNotBin(value, error));
   return output;
 }
 
-void decodeJson(const std::string& input, Variant& value, const Reporter& reporter) {
+std::string encodeAmf(const Variant& value, const FormatOptions&, const Reporter& reporter) {
+  FirstError error;
+  std::string output = encode(value, &Variant::GetAMFRequiredLength, &Variant::ToAMF);
+  if (output.empty()) {
+    reporter.fail(kNotRepresentable, "not representable in AMF: " + error.text());
+  }
+  warnOfLosses(value, kToAmf, reporter);
+  return output;
+}
+
+// --- JSON ----------------------------------------------------------------------------------------
+
+void decodeJson(const std::string& input, const FormatOptions&, Variant& value,
+                const Reporter& reporter) {
   TextError error;
   const int taken =
       readJsonText(input.data(), static_cast<unsigned int>(input.size()), value, error);
@@ -66,41 +98,117 @@ void decodeJson(const std::string& input, Variant& value, const Reporter& report
     if (end == input.size()) return;
     error = {locateText(input.data(), input.size(), end), "expected end of text"};
   }
-  reporter.failAt(error.position.line, error.position.column, error.reason);
+  failAt(error.position, error.reason, reporter);
 }
 
-std::string encodeJson(const Variant& value, bool compact, const Reporter& reporter) {
-  const TextSurvey survey = surveyText(value);
-  survey.warnOfLosses(reporter);
+std::string encodeJson(const Variant& value, const FormatOptions& options,
+                       const Reporter& reporter) {
+  warnOfLosses(value, kToJson, reporter);
   std::string output;
-  if (!value.ToJSON(output, !compact && survey.allowsIndent(reporter))) {
+  if (!value.ToJSON(output, !options.compact && allowsIndent(value, reporter))) {
     reporter.fail(kNotRepresentable, "a binary value cannot be written as base64");
   }
+  output += '\n';
   return output;
 }
 
 bool matchesAnything(std::string_view) { return true; }
 
-/// In the order in which content is matched.
-constexpr Format kFormats[] = {
-    {"bin",
-     {".bin"},
-     false,
-     std::numeric_limits<std::uint32_t>::max(),
-     matchesBin,
-     decodeBin,
-     encodeBin},
-    {"json",
-     {".json", ".jsonc"},
-     true,
-     std::numeric_limits<std::int32_t>::max(),
-     matchesAnything,
-     decodeJson,
-     encodeJson},
+// --- KVP -----------------------------------------------------------------------------------------
+
+constexpr std::uint64_t kMaxKvpText = std::uint64_t{1} << 30;
+
+/// Turns the messages about lines that the KVP reader skips into warnings, up to a number that
+/// can be read.
+class SkippedLines : public ErrorListener {
+ public:
+  explicit SkippedLines(const Reporter& reporter) : reporter_(reporter) {}
+
+  void hear(const char* message) override {
+    std::string_view rest = message;
+    if (!rest.starts_with(kMessage) || count_++ >= kShown) return;
+    rest.remove_prefix(kMessage.size());
+    std::uint64_t index = 0;
+    std::from_chars(rest.data(), rest.data() + rest.size(), index);
+    reporter_.warnAt(index + 1, "line without '=' skipped");
+  }
+  void warnOfOthers() const {
+    if (count_ <= kShown) return;
+    reporter_.warn(std::to_string(count_ - kShown) + " more lines without '=' skipped");
+  }
+
+ private:
+  static constexpr std::string_view kMessage =
+      "Invalid line detected. Line number (starting from 0): ";
+  static constexpr std::uint64_t kShown = 5;
+
+  const Reporter& reporter_;
+  std::uint64_t count_ = 0;
 };
 
+void decodeKvp(const std::string& input, const FormatOptions& options, Variant& value,
+               const Reporter& reporter) {
+  SkippedLines skipped(reporter);
+  TextError error;
+  const bool isRead = readKvpText(input.data(), static_cast<unsigned int>(input.size()), false,
+                                  options.kvpStrings, !options.kvpFlat, value, error);
+  skipped.warnOfOthers();
+  if (!isRead) failAt(error.position, error.reason, reporter);
+}
+
+std::string encodeKvp(const Variant& value, const FormatOptions& options,
+                      const Reporter& reporter) {
+  const std::uint64_t size = kvpTextSize(value, options.kvpSeparator);
+  if (size > kMaxKvpText) {
+    reporter.fail(kNotRepresentable, "KVP text would take " + std::to_string(size) + " bytes");
+  }
+  FirstError error;
+  std::string output;
+  if (!value.ToKVP(output, options.kvpSeparator, "\n")) {
+    reporter.fail(kNotRepresentable, "not representable in KVP: " + error.text());
+  }
+  warnOfLosses(value, kToKvp, reporter);
+  return output;
+}
+
+// --- TOML ----------------------------------------------------------------------------------------
+
+void decodeToml(const std::string& input, const FormatOptions&, Variant& value,
+                const Reporter& reporter) {
+  FirstError error;
+  if (value.FromTOML(input)) return;
+  vexo::parsers::toml::SyntaxError fault{};
+  if (!vexo::parsers::toml::checkToml(input, fault)) {
+    failAt(locateText(input.data(), input.size(), fault.offset), fault.reason, reporter);
+  }
+  reporter.fail(kNotParsed, error.text());
+}
+
+// --- The table -----------------------------------------------------------------------------------
+
+constexpr std::uint64_t kMaxCount = std::numeric_limits<std::uint32_t>::max();
+constexpr std::uint64_t kMaxJson = std::numeric_limits<std::int32_t>::max();
+
+/// In the order in which content is matched.
+constexpr Format kFormats[] = {
+    {"bin", {".bin"}, false, kMaxCount, matchesBin, decodeBin, encodeBin},
+    {"toml", {".toml"}, false, kMaxCount, looksLikeToml, decodeToml, nullptr},
+    {"kvp", {".kvp"}, false, kMaxCount, looksLikeKvp, decodeKvp, encodeKvp},
+    {"json", {".json", ".jsonc"}, true, kMaxJson, matchesAnything, decodeJson, encodeJson},
+    {"amf", {".amf"}, false, 0, nullptr, nullptr, encodeAmf},
+};
+
+constexpr char kLetterCase = 'a' - 'A';
+
 char lowerCase(char letter) {
-  return letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter - 'A' + 'a') : letter;
+  return letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter + kLetterCase) : letter;
+}
+
+/// The name of a format as people write it.
+std::string title(const Format& format) {
+  std::string title(format.name);
+  for (char& letter : title) letter = static_cast<char>(letter - kLetterCase);
+  return title;
 }
 
 template <class Predicate>
@@ -109,13 +217,31 @@ const Format* findFormat(Predicate predicate) {
   return found == std::end(kFormats) ? nullptr : found;
 }
 
-}  // namespace
-
-std::vector<std::string> formatNames() {
+template <class Direction>
+std::vector<std::string> namesWith(Direction Format::*direction) {
   std::vector<std::string> names;
-  for (const Format& format : kFormats) names.emplace_back(format.name);
+  for (const Format& format : kFormats) {
+    if (format.*direction != nullptr) names.emplace_back(format.name);
+  }
   return names;
 }
+
+}  // namespace
+
+const Format& Format::readable(const std::string& path) const {
+  if (read != nullptr) return *this;
+  throw Failure(kUsage, path + ": " + title(*this) + " can only be written");
+}
+
+const Format& Format::writable(const std::string& path) const {
+  if (write != nullptr) return *this;
+  throw Failure(kUsage, path + ": " + title(*this) +
+                            " can only be read: choose another with --output-format");
+}
+
+std::vector<std::string> readableFormats() { return namesWith(&Format::read); }
+
+std::vector<std::string> writableFormats() { return namesWith(&Format::write); }
 
 const Format* formatByName(std::string_view name) {
   return findFormat([&](const Format& format) { return format.name == name; });
@@ -131,7 +257,8 @@ const Format* formatByExtension(const std::string& path) {
 }
 
 const Format& formatByContent(std::string_view head) {
-  return *findFormat([&](const Format& format) { return format.matches(head); });
+  return *findFormat(
+      [&](const Format& format) { return format.matches != nullptr && format.matches(head); });
 }
 
 }  // namespace tool

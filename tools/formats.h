@@ -13,19 +13,36 @@
 
 namespace tool {
 
+/// How to read and write; each format looks at what concerns it.
+struct FormatOptions {
+  bool compact = false;  ///< JSON on one line
+  std::string kvpSeparator = "=";
+  bool kvpFlat = false;     ///< dots in the keys that are read mean nothing
+  bool kvpStrings = false;  ///< all values that are read are strings
+};
+
 /// One format. A failure to read or to write ends the command.
 struct Format {
   std::string_view name;
   std::array<std::string_view, 2> extensions;  ///< in lower case, unused ones empty
-  bool isText;                                 ///< output ends with a line feed and may be coloured
+  bool hasColours;                             ///< output may be coloured
   std::uint64_t maxInput;                      ///< in bytes
-  /// Whether an input that starts with these bytes is taken for this format.
+  /// Whether an input that starts with these bytes is taken for this format; null: never.
   bool (*matches)(std::string_view head);
-  void (*read)(const std::string& input, vexo::variant::Variant& value, const Reporter& reporter);
-  std::string (*write)(const vexo::variant::Variant& value, bool compact, const Reporter& reporter);
+  /// Null for a format that can only be written.
+  void (*read)(const std::string& input, const FormatOptions& options,
+               vexo::variant::Variant& value, const Reporter& reporter);
+  /// Null for a format that can only be read.
+  std::string (*write)(const vexo::variant::Variant& value, const FormatOptions& options,
+                       const Reporter& reporter);
+
+  /// These end the command for a format that lacks the direction; `path` is the file concerned.
+  const Format& readable(const std::string& path) const;
+  const Format& writable(const std::string& path) const;
 };
 
-std::vector<std::string> formatNames();
+std::vector<std::string> readableFormats();
+std::vector<std::string> writableFormats();
 /// Null for an unknown name.
 const Format* formatByName(std::string_view name);
 /// By the extension of a path, in any case of letters; null when it belongs to no format.

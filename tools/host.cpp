@@ -14,10 +14,17 @@ namespace {
 constexpr int kErrorLevel = 3;
 
 std::array<char, 512> lastError = {};
+ErrorListener* listener = nullptr;
 
 }  // namespace
 
-const char* lastLibraryError() noexcept { return lastError.data(); }
+ErrorListener::ErrorListener() : before_(listener) { listener = this; }
+
+ErrorListener::~ErrorListener() { listener = before_; }
+
+void FirstError::hear(const char* message) {
+  if (text_.empty()) text_ = message;
+}
 
 }  // namespace tool
 
@@ -28,10 +35,11 @@ void logInternal(const char*, const char*, const char*, int, int level, int, int
   va_start(arguments, format);
   std::vsnprintf(tool::lastError.data(), tool::lastError.size(), format, arguments);
   va_end(arguments);
+  if (tool::listener != nullptr) tool::listener->hear(tool::lastError.data());
 }
 
 void forceCrash() {
   tool::printLine("internal error");
-  tool::printLine(tool::lastLibraryError());
+  tool::printLine(tool::lastError.data());
   std::abort();
 }

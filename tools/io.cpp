@@ -15,7 +15,7 @@ namespace tool {
 namespace {
 
 constexpr std::size_t kChunk = 65536;
-constexpr std::uint64_t kHead = 64;
+constexpr std::uint64_t kHead = 4096;
 
 /// The C library's words for the error; a call that failed without saying why gets plain ones.
 std::string errorText(int error) { return error != 0 ? std::strerror(error) : "cannot be written"; }

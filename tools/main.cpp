@@ -1,4 +1,5 @@
-// vexo-variant: converts, shows and queries files that hold a value of vexo::variant::Variant.
+// vexo-variant: converts, shows, queries and compares files that hold a value of
+// vexo::variant::Variant.
 #include <CLI/App.hpp>
 #include <CLI/Config.hpp>
 #include <CLI/Formatter.hpp>
@@ -18,9 +19,11 @@ namespace {
 
 constexpr const char* kFooter =
     "Without a command word, convert is meant.\n"
-    "JSON input may have up to 2 GiB - 1 bytes, BIN input up to 4 GiB - 1.\n"
-    "Exit codes: 0 done; 1 not found; 2 usage; 3 the input does not parse;\n"
-    "4 not representable in the output format; 5 input/output, or out of memory.\n";
+    "Formats: bin, json, kvp (lines of path=value); toml is only read, amf only written.\n"
+    "JSON input may have up to 2 GiB - 1 bytes, other input up to 4 GiB - 1.\n"
+    "Exit codes: 0 done, found or equal; 1 not found or different; 2 usage;\n"
+    "3 the input does not parse; 4 not representable in the output format;\n"
+    "5 input/output, or out of memory.\n";
 
 bool namesCommand(const std::string& word) {
   const auto all = commands();
@@ -46,7 +49,9 @@ std::vector<std::string> reversedArguments(int count, char** values) {
 void print(const std::string& text) { writeOutput(std::string(kStandardStream), text); }
 
 int run(int count, char** values) {
-  CLI::App app("Converts, shows and queries variant trees in JSON and BIN.", "vexo-variant");
+  CLI::App app(
+      "Converts, shows, queries and compares variant trees in BIN, JSON, KVP, TOML and AMF.",
+      "vexo-variant");
   app.set_version_flag("-V,--version", "vexo-variant " VEXO_VARIANT_VERSION "\n");
   app.footer(kFooter);
   app.require_subcommand(1);

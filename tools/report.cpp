@@ -10,13 +10,12 @@ namespace {
 
 constexpr std::string_view kPrefix = "vexo-variant: ";
 
-/// Names and keys come from input: none may break the line or steer the terminal.
+}  // namespace
+
 char printable(char byte) noexcept {
   const auto code = static_cast<unsigned char>(byte);
   return code < 0x20 || code == 0x7F ? '?' : byte;
 }
-
-}  // namespace
 
 void printLine(std::string_view message) noexcept {
   std::array<char, 8192> line;
@@ -40,6 +39,10 @@ void Reporter::failAt(std::uint64_t line, std::uint64_t column, const std::strin
 
 void Reporter::warn(const std::string& message) const {
   if (!quiet_) printLine("warning: " + name_ + ": " + message);
+}
+
+void Reporter::warnAt(std::uint64_t line, const std::string& message) const {
+  if (!quiet_) printLine("warning: " + name_ + ":" + std::to_string(line) + ": " + message);
 }
 
 }  // namespace tool

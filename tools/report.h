@@ -12,6 +12,7 @@ namespace tool {
 enum ExitCode : int {
   kDone = 0,
   kNotFound = 1,
+  kDifferent = 1,
   kUsage = 2,
   kNotParsed = 3,
   kNotRepresentable = 4,
@@ -28,8 +29,12 @@ class Failure : public std::runtime_error {
   ExitCode code_;
 };
 
-/// Prints "vexo-variant: MESSAGE" as exactly one line: control bytes become '?', and what goes past
-/// a few kilobytes is cut off. Needs no memory.
+/// Names, keys and values come from input: none may break a line or steer the terminal. Control
+/// bytes become '?'.
+char printable(char byte) noexcept;
+
+/// Prints "vexo-variant: MESSAGE" as exactly one printable line; what goes past a few kilobytes is
+/// cut off. Needs no memory.
 void printLine(std::string_view message) noexcept;
 
 /// Failures and warnings about one input, which is named in front of each.
@@ -42,6 +47,7 @@ class Reporter {
   [[noreturn]] void failAt(std::uint64_t line, std::uint64_t column,
                            const std::string& reason) const;
   void warn(const std::string& message) const;
+  void warnAt(std::uint64_t line, const std::string& message) const;
 
  private:
   std::string name_;

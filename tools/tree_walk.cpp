@@ -3,31 +3,28 @@
 namespace tool {
 
 using vexo::variant::Variant;
-using vexo::variant::VariantMap;
 
 namespace {
 
-constexpr std::size_t kLongPath = 200;
+/// What a message has room for.
+constexpr std::size_t kPathLimit = 200;
 
 }  // namespace
 
-const std::int64_t* TreeWalk::integerKey() const {
-  return levels_.empty() ? nullptr : levels_.back().integerKey;
+void appendComponent(std::string& chain, const MemberKey& key, std::size_t limit) {
+  if (key.integer != nullptr) {
+    chain.append("[").append(std::to_string(*key.integer)).append("]");
+  } else if (key.string->empty()) {
+    chain.append("\"\"");  // nothing would look like a mistake
+  } else {
+    chain.append(*key.string, 0, limit);
+  }
 }
 
-std::string TreeWalk::path() const {
-  std::string path;
-  for (const Level& level : levels_) {
-    if (path.size() > kLongPath) return path + "/...";
-    if (&level != &levels_.front()) path += '/';
-    path += component(level);
-  }
-  return levels_.empty() ? "." : path;
-}
+std::string TreeWalk::path() const { return keyChain(levels_, kPathLimit); }
 
 void TreeWalk::enter() {
-  const VariantMap* map = *current_;
-  levels_.push_back({map, map->numericKeys.begin(), map->stringKeys.begin()});
+  levels_.push_back({current_, current_->num_begin(), current_->str_begin()});
 }
 
 bool TreeWalk::next() {
@@ -39,21 +36,15 @@ bool TreeWalk::next() {
   return false;
 }
 
-std::string TreeWalk::component(const Level& level) {
-  if (level.integerKey == nullptr) return level.stringKey->substr(0, kLongPath);
-  return std::string("[").append(std::to_string(*level.integerKey)).append("]");
-}
-
 const Variant* TreeWalk::advance(Level& level) {
-  if (level.nextInteger != level.map->numericKeys.end()) {
+  if (level.nextInteger != level.parent->num_end()) {
     const auto& [key, value] = *level.nextInteger++;
-    level.integerKey = &key;
+    level.key = {&key, nullptr};
     return &value;
   }
-  level.integerKey = nullptr;
-  if (level.nextString == level.map->stringKeys.end()) return nullptr;
+  if (level.nextString == level.parent->str_end()) return nullptr;
   const auto& [key, value] = *level.nextString++;
-  level.stringKey = &key;
+  level.key = {nullptr, &key};
   return &value;
 }
 

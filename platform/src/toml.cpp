@@ -291,7 +291,7 @@ class Walk {
     for (;;) {
       if (!stringText(quote, start)) return false;
       if (atByte(quote)) break;
-      if (!atByte('\\')) return fail("expected no control character in the string");
+      if (!atByte('\\')) return failInString();
       if (!escape()) return false;
     }
     ++at_;
@@ -308,9 +308,14 @@ class Walk {
       } else if (atByte('\\')) {
         if (!continuation() && !escape()) return false;
       } else if (!takeLineEnd()) {
-        return fail("expected no control character in the string");
+        return failInString();
       }
     }
+  }
+
+  bool failInString() {
+    return fail(lineEndLength(rest()) > 0 ? "expected a quote to end the string on its line"
+                                          : "expected no control character in the string");
   }
 
   /// The plain text up to the next quote, escape or control character.
