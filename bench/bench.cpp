@@ -1,10 +1,12 @@
 // vexo-bench [Google Benchmark's options] [DOCUMENT...]: compares this library with its peers.
 //
-// With documents: every operation on each of them; without: objects and arrays of integers. The
-// benchmarks are named OPERATION/SUBJECT/LIBRARY. Their counter "each" is the time for one item, in
-// processor time: for a document's operations an item is a value of its tree (every scalar, array
-// and object), so that all libraries are divided by the same number. "bytes" is the live heap for
-// one value.
+// With documents, JSON or, by their extension, TOML: every operation on each of them; without:
+// objects and arrays of integers. The benchmarks are named OPERATION/SUBJECT/LIBRARY; where formats
+// of this library are compared, the format takes the place of the library. Their counter "each" is
+// the time for one item, in processor time: for a document's operations an item is a value of its
+// tree (every scalar, array and object), so that all libraries are divided by the same number.
+// "bytes" is the live heap for one value, "text" the bytes of text for one, where speed by text is
+// of interest.
 #include <algorithm>
 #include <cstdlib>
 #include <exception>
@@ -31,21 +33,9 @@ constexpr std::size_t kLeastProbes = 4096;
 
 // --- Documents -----------------------------------------------------------------------------------
 
-struct Census {
-  std::size_t values = 0;
-  std::size_t doubles = 0;
-
-  void add(const Variant& tree) {
-    ++values;
-    if (tree == vexo::variant::V_DOUBLE) ++doubles;
-    if (tree != vexo::variant::V_MAP) return;
-    std::for_each(tree.num_begin(), tree.num_end(), [&](const auto& m) { add(m.second); });
-    std::for_each(tree.str_begin(), tree.str_end(), [&](const auto& m) { add(m.second); });
-  }
-};
-
 struct Document {
   std::string name;
+  bool isToml;
   std::string text;
   Variant tree;
   Census census;
@@ -55,19 +45,18 @@ Document readDocument(const std::filesystem::path& path) {
   std::ifstream file(path, std::ios::binary);
   Document document;
   document.name = path.stem().string();
+  document.isToml = path.extension() == ".toml";
   document.text.assign(std::istreambuf_iterator<char>(file), {});
   if (!file || document.text.empty()) throw std::runtime_error("cannot read " + path.string());
-  document.tree = Ours::load(document.text);
-  document.census.add(document.tree);
+  document.tree = (document.isToml ? OurToml::load : Ours::load)(document.text);
+  document.census = Census(document.tree);
   return document;
 }
 
 /// Fails unless the text holds the document. Doubles may differ: not every writer keeps all digits.
 void checkText(const Document& document, std::string_view peer, const std::string& text) {
   const Variant again = Ours::load(text);
-  Census census;
-  census.add(again);
-  const bool same = document.census.doubles > 0 ? census.values == document.census.values
+  const bool same = document.census.doubles > 0 ? Census(again).values == document.census.values
                                                 : again == document.tree;
   if (!same) fail(peer, "JSON of " + document.name + " differs");
 }
@@ -78,6 +67,9 @@ void check(const Document& document) {
   const auto tree = P::load(document.text);
   if constexpr (JsonPeer<P>) {
     checkText(document, P::kName, std::string(P::text(P::write(tree))));
+  }
+  if constexpr (TomlPeer<P>) {
+    if (P::count(tree) != document.census.values) fail(P::kName, document.name + " differs");
   }
   if constexpr (CopyPeer<P>) {
     if (!P::equal(P::copy(tree), tree)) fail(P::kName, "copy of " + document.name + " differs");
@@ -157,6 +149,11 @@ void add(const std::string& operation, const std::string& subject, std::string_v
   benchmark::RegisterBenchmark(name.c_str(), run)->UseManualTime();
 }
 
+/// Lets the time be told for a byte of text as well.
+void countText(benchmark::State& state, const std::string& text, std::size_t items) {
+  state.counters["text"] = static_cast<double>(text.size()) / static_cast<double>(items);
+}
+
 template <Peer P>
 void addDocument(const Document& document) {
   check<P>(document);
@@ -176,6 +173,12 @@ void addDocument(const Document& document) {
     addOperation("release", [=](benchmark::State& state) { measureRelease(state, items, load); });
     addOperation("life", [=](benchmark::State& state) { measureLife(state, items, load); });
   }
+  if constexpr (TomlPeer<P>) {
+    addOperation("import", [=, &document](benchmark::State& state) {
+      countText(state, document.text, items);
+      measureMaking(state, items, load);
+    });
+  }
   if constexpr (CopyPeer<P>) {
     addOperation("copy", [=](benchmark::State& state) {
       measureMaking(state, items, [tree = load()] { return P::copy(tree); });
@@ -192,6 +195,50 @@ void addDocument(const Document& document) {
       measureMaking(state, items, [bytes = P::encode(load())] { return P::decode(bytes); });
     });
   }
+}
+
+// --- Our formats against each other --------------------------------------------------------------
+
+/// The document with its strings on one line each: KVP has no way to write a line end.
+Variant onSingleLines(std::string json) {
+  for (const std::string_view escape : {"\\n", "\\r"}) {
+    for (std::size_t at = 0; (at = json.find(escape, at)) != std::string::npos;) {
+      json.replace(at, escape.size(), "  ");
+    }
+  }
+  return Ours::load(json);
+}
+
+/// The text counts on its own for each format; `items` is the same for all.
+template <class Format>
+void addTextFormat(const std::string& subject, const Variant& tree, std::size_t items) {
+  const std::string text = Format::write(tree);
+  const Variant read = Format::load(text);
+  if (Format::load(Format::write(read)) != read) fail(Format::kName, subject + " differs");
+  add("text-parse", subject, Format::kName, [=](benchmark::State& state) {
+    countText(state, text, items);
+    measureMaking(state, items, [&] { return Format::load(text); });
+  });
+  add("text-write", subject, Format::kName, [=](benchmark::State& state) {
+    countText(state, text, items);
+    measureReading(state, items, [&] { return Format::write(tree); });
+  });
+}
+
+template <class Format>
+void addBinaryFormat(const Document& document) {
+  Format::encode(document.tree);  // fails if it cannot
+  add("binary", document.name, Format::kName, [&document](benchmark::State& state) {
+    measureReading(state, document.census.values, [&] { return Format::encode(document.tree); });
+  });
+}
+
+void addFormats(const Document& document) {
+  const Variant tree = onSingleLines(document.text);
+  addTextFormat<Kvp>(document.name, tree, document.census.values);
+  addTextFormat<Json>(document.name, tree, document.census.values);
+  addBinaryFormat<Amf>(document);
+  addBinaryFormat<Bin>(document);
 }
 
 // --- Objects and arrays of integers --------------------------------------------------------------
@@ -277,7 +324,9 @@ void addContainers() {
 
 template <class P>
 void addPeer(const std::vector<Document>& documents) {
-  for (const Document& document : documents) addDocument<P>(document);
+  for (const Document& document : documents) {
+    if (document.isToml == TomlPeer<P>) addDocument<P>(document);
+  }
   if constexpr (KeyedPeer<P>) {
     if (documents.empty()) addContainers<P>();
   }
@@ -297,6 +346,13 @@ void addPeers(const std::vector<Document>& documents) {
 #ifdef BENCH_MSGPACK
   addPeer<Msgpack>(documents);
 #endif
+  addPeer<OurToml>(documents);
+#ifdef BENCH_TOMLPLUSPLUS
+  addPeer<TomlPlusPlus>(documents);
+#endif
+#ifdef BENCH_TOML11
+  addPeer<Toml11>(documents);
+#endif
 }
 
 int run(int argc, char** argv) {
@@ -305,6 +361,9 @@ int run(int argc, char** argv) {
   std::vector<Document> documents;
   for (int i = 1; i < argc; ++i) documents.push_back(readDocument(argv[i]));
   addPeers(documents);
+  for (const Document& document : documents) {
+    if (!document.isToml) addFormats(document);
+  }
   benchmark::RunSpecifiedBenchmarks();
   return EXIT_SUCCESS;
 }

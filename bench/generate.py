@@ -1,11 +1,13 @@
 #!/usr/bin/env python3
 """Writes the benchmark's documents into a directory: generated, in the likeness of the field's usual ones.
 
-The same seed gives the same bytes. All documents stay within what every compared library reads alike:
+The same seed gives the same bytes. All JSON documents stay within what every compared library reads alike:
 no \\u escapes, no number with an exponent, and no string that this library would turn into a
-timestamp or a byte buffer, which would give it other work than its peers.
+timestamp or a byte buffer, which would give it other work than its peers. The TOML documents keep to TOML
+1.0 and have no key with a slash, which would lead this library into another table.
 """
 import argparse
+import datetime
 import json
 import pathlib
 import random
@@ -237,6 +239,102 @@ def small(rng):
     return device(rng, 7, most=1)
 
 
+# --- TOML ---
+
+def moment(rng):
+    zone = datetime.timezone(datetime.timedelta(hours=rng.randint(-9, 9)))
+    at = datetime.datetime(rng.randint(1990, 2030), rng.randint(1, 12), rng.randint(1, 28), rng.randint(0, 23),
+                           rng.randint(0, 59), rng.randint(0, 59), rng.choice([0, 250000]))
+    return rng.choice([at, at.replace(tzinfo=zone), at.replace(tzinfo=zone), at.date(), at.time()])
+
+
+def toml_device(rng, i, most):
+    return {**device(rng, i, most), "installed": moment(rng), "serviced": [moment(rng) for _ in range(2)],
+            "pattern": rf"^{hexadecimal(rng, 4)}\.(\d+)\s+\"{words(rng, 'en', 1, 2)}\"$",
+            "share": rf"\\{hexadecimal(rng, 6)}\archive\{words(rng, 'en', 1, 1)}",
+            "greeting": words(rng, rng.choice(list(WORDS)), 2, 8) + rng.choice(["", "\t'quoted'\\"]),
+            "banner": "\n".join(sentence(rng, 6, 14) for _ in range(3)) + "\n",
+            "limits": {"temperature": rng.uniform(-40, 90), "load": rng.random()},
+            "calibration": [rng.uniform(-2, 2) for _ in range(rng.randint(2, 8))]}
+
+
+def settings(rng):
+    return {"title": sentence(rng, 3, 6), "updated": moment(rng), **toml_device(rng, 7, 2),
+            "fallback": toml_device(rng, 8, 2),
+            "rooms with names": {words(rng, "de", 2, 2): rng.randint(1, 40) for _ in range(4)}}
+
+
+def fleet(rng):
+    return {"title": sentence(rng, 3, 6), "updated": moment(rng), "sites": {
+        f"site-{site:03}": {"contact": name(rng), "devices": [toml_device(rng, 25 * site + i, 3) for i in range(25)]}
+        for site in range(26)}}
+
+
+def samples(rng):
+    def rows(count, make):
+        return [[make() for _ in range(rng.randint(4, 12))] for _ in range(count)]
+
+    return {f"channel-{i:02}": {
+        "rate": 48000, "counts": [rng.randint(-2**rng.randint(1, 40), 2**31) for _ in range(1200)],
+        "bytes": [rng.randint(0, 255) for _ in range(1500)],
+        "levels": [round(rng.uniform(-100, 100), 3) for _ in range(1200)],
+        "matrix": rows(60, lambda: rng.gauss(0, 1))} for i in range(24)}
+
+
+def toml_key(key):
+    return key if re.fullmatch(r"[\w-]+", key, re.ASCII) else json.dumps(key, ensure_ascii=False)
+
+
+def toml_string(text):
+    quoted = json.dumps(text, ensure_ascii=False)
+    if "\n" in text:
+        return '"""\n' + quoted[1:-1].replace("\\n", "\n") + '"""'
+    return f"'{text}'" if "\\" in quoted and "'" not in text and text.isprintable() else quoted
+
+
+def toml_value(value):
+    if isinstance(value, str):
+        return toml_string(value)
+    if isinstance(value, dict):
+        return "{ " + ", ".join(toml_pairs(value)) + " }"
+    if isinstance(value, list):
+        texts = [toml_value(element) for element in value]
+        lines = [", ".join(texts[i:i + 12]) for i in range(0, len(texts), 12)]
+        return f"[{', '.join(lines)}]" if len(lines) < 2 else "[\n  " + ",\n  ".join(lines) + ",\n]"
+    return value.isoformat() if hasattr(value, "isoformat") else json.dumps(value)
+
+
+def toml_pairs(table):
+    return [f"{toml_key(key)} = {toml_value(value)}" for key, value in table.items() if value is not None]
+
+
+def toml_kind(value):
+    """0 for what stands behind a key, 1 for what has a header, 2 for what has one for each element."""
+    if isinstance(value, list):
+        return 2 if value and isinstance(value[0], dict) else 0
+    return int(isinstance(value, dict) and (len(value) > 3 or any(map(toml_kind, value.values()))))
+
+
+def toml_lines(table, path=()):
+    """The lines of a table: its pairs first, then the tables in it. Small tables are inline."""
+    yield from toml_pairs({key: value for key, value in table.items() if toml_kind(value) == 0})
+    for key, value in table.items():
+        kind = toml_kind(value)
+        inner = (*path, toml_key(key))
+        for one in [[], [value], value][kind]:
+            yield ""
+            yield "[" * kind + ".".join(inner) + "]" * kind
+            yield from toml_lines(one, inner)
+
+
+def toml_text(make, seed):
+    return "# Written by a program.\n" + "\n".join(toml_lines(make(random.Random(f"{make.__name__} {seed}")))) + "\n"
+
+
+TOML_DOCUMENTS = [settings, fleet, samples]
+
+# --- All ---
+
 # The indentation of each document: the field's own are partly indented, partly not.
 DOCUMENTS = {timeline: 2, catalogue: 4, coordinates: None, projects: 2, small: None, large: None}
 
@@ -262,6 +360,8 @@ def main():
     for make, indent in DOCUMENTS.items():
         data = text_of(make, indent, options.seed).encode()
         (options.directory / f"{make.__name__}.json").write_bytes(data)
+    for make in TOML_DOCUMENTS:
+        (options.directory / f"{make.__name__}.toml").write_bytes(toml_text(make, options.seed).encode())
 
 
 if __name__ == "__main__":

@@ -5,6 +5,7 @@
 #ifndef VEXO_BENCH_PEERS_H
 #define VEXO_BENCH_PEERS_H
 
+#include <algorithm>
 #include <concepts>
 #include <cstdint>
 #include <memory>
@@ -14,6 +15,7 @@
 #include <utility>
 #include <vector>
 
+#include "toml_peers.h"
 #include "vexo_variant/variant.h"
 
 #ifdef BENCH_NLOHMANN
@@ -33,7 +35,7 @@
 
 namespace bench {
 
-/// A library that holds documents. `load` makes the tree of a JSON text in whatever way.
+/// A library that holds documents. `load` makes the tree of a text in whatever way.
 template <class P>
 concept Peer = requires(const std::string& text, const typename P::Tree& tree) {
   { P::kName } -> std::convertible_to<std::string_view>;
@@ -58,6 +60,12 @@ concept BinaryPeer = Peer<P> && requires(const typename P::Tree& tree) {
   { P::decode(P::encode(tree)) } -> std::same_as<typename P::Tree>;
 };
 
+/// `load` is its TOML parser; `count` tells the values in a tree, the tree itself included.
+template <class P>
+concept TomlPeer = Peer<P> && requires(const typename P::Tree& tree) {
+  { P::count(tree) } -> std::same_as<std::size_t>;
+};
+
 /// Finds members in less than linear time. Elements of `Object` and `Array` are integers here.
 template <class P>
 concept KeyedPeer = requires(typename P::Object object, typename P::Array array,
@@ -71,6 +79,24 @@ concept KeyedPeer = requires(typename P::Object object, typename P::Array array,
 [[noreturn]] inline void fail(std::string_view peer, std::string_view what) {
   throw std::runtime_error(std::string(peer) + ": " + std::string(what));
 }
+
+/// What a tree of ours is made of.
+struct Census {
+  std::size_t values = 0;
+  std::size_t doubles = 0;
+
+  Census() = default;
+  explicit Census(const vexo::variant::Variant& tree) { add(tree); }
+
+ private:
+  void add(const vexo::variant::Variant& tree) {
+    ++values;
+    if (tree == vexo::variant::V_DOUBLE) ++doubles;
+    if (tree != vexo::variant::V_MAP) return;
+    std::for_each(tree.num_begin(), tree.num_end(), [&](const auto& m) { add(m.second); });
+    std::for_each(tree.str_begin(), tree.str_end(), [&](const auto& m) { add(m.second); });
+  }
+};
 
 /// What libraries have in common whose values are copied, compared and subscripted as usual.
 template <class T, class O = T, class A = T>
@@ -108,11 +134,15 @@ struct Ours : Usual<vexo::variant::Variant> {
     std::unique_ptr<std::uint8_t[]> data;
     std::uint32_t size;
   };
-  static Bytes encode(const Tree& tree) {
-    const std::uint32_t bound = tree.GetBinRequiredLength();
-    auto data = std::make_unique_for_overwrite<std::uint8_t[]>(bound);
-    const std::uint32_t size = tree.ToInternalBIN(data.get(), bound);
+  static Bytes encode(const Tree& tree, auto bound, auto write) {
+    const std::uint32_t room = (tree.*bound)();
+    auto data = std::make_unique_for_overwrite<std::uint8_t[]>(room);
+    const std::uint32_t size = (tree.*write)(data.get(), room);
+    if (size == 0) fail(kName, "tree not encoded");
     return {std::move(data), size};
+  }
+  static Bytes encode(const Tree& tree) {
+    return encode(tree, &Tree::GetBinRequiredLength, &Tree::ToInternalBIN);
   }
   static Tree decode(const Bytes& bytes) {
     Tree tree;
@@ -128,6 +158,53 @@ struct Ours : Usual<vexo::variant::Variant> {
   }
   static std::int64_t number(const Tree& value) { return value; }
 };
+
+// --- Our other formats ---
+
+struct Json : Ours {
+  static constexpr const char* kName = "json";
+};
+
+struct Kvp {
+  static constexpr const char* kName = "kvp";
+
+  static Ours::Tree load(const std::string& text) {
+    Ours::Tree tree;
+    if (!tree.FromKVP(text, false, false, true)) fail(kName, "text not read");
+    return tree;
+  }
+  static std::string write(const Ours::Tree& tree) {
+    std::string text;
+    if (!tree.ToKVP(text, "=", "\n")) fail(kName, "tree not written");
+    return text;
+  }
+};
+
+struct Bin : Ours {
+  static constexpr const char* kName = "bin";
+};
+
+struct Amf {
+  static constexpr const char* kName = "amf";
+
+  static Ours::Bytes encode(const Ours::Tree& tree) {
+    return Ours::encode(tree, &Ours::Tree::GetAMFRequiredLength, &Ours::Tree::ToInternalAMF);
+  }
+};
+
+struct OurToml {
+  static constexpr const char* kName = Ours::kName;
+  using Tree = Ours::Tree;
+
+  static Tree load(const std::string& text) {
+    Tree tree;
+    if (!tree.FromTOML(text)) fail(kName, "text not read");
+    return tree;
+  }
+  static std::size_t count(const Tree& tree) { return Census(tree).values; }
+};
+
+// --- Peers ---
 
 #ifdef BENCH_NLOHMANN
 struct Nlohmann : Usual<nlohmann::json> {

@@ -2,11 +2,14 @@
 """Runs vexo-bench on a directory of documents and prints a table for each operation.
 
 Every cell is a median: nanoseconds for one value of a document (for one element, key or insertion
-in the tables of containers), then the ratio of this library's time to each peer's (below 1: this
-library is faster). "life" is parsing and release together, with the work that the
-C library puts off. "bytes" is the live heap for one value after parsing. Every document has a
-process of its own, in which the repetitions of all benchmarks alternate, so that a slow minute of
-the machine does not fall on one library alone.
+in the tables of containers), then the ratio of the first column to each other one: of this
+library's time to each peer's (below 1: this library is faster), or of one of its formats to
+another. "life" is parsing and release together, with the work that the C library puts off. "bytes"
+is the live heap for one value after parsing. "import" is of TOML. Where "text" is in the name, the
+same tree is written and read in two formats. These have tables by text as well: ns for one byte,
+and MB/s, where a ratio above 1 is the faster. "binary" is measuring and writing of the same tree in
+two formats. Every document has a process of its own, in which the repetitions of all benchmarks
+alternate, so that a slow minute of the machine does not fall on one library alone.
 """
 import argparse
 import json
@@ -16,10 +19,12 @@ import shutil
 import subprocess
 import sys
 
-OURS = "vexo"
-LIBRARIES = [OURS, "nlohmann", "boost", "rapidjson", "msgpack"]
+LIBRARIES = ["vexo", "nlohmann", "boost", "rapidjson", "msgpack", "toml++", "toml11", "kvp", "json", "amf", "bin"]
+BY_TEXT = {"ns for one byte of text": lambda ns: ns, "MB of text in a second": lambda ns: 1e3 / ns}
 OPERATIONS = ["parse", "write", "copy", "compare", "release", "life", "encode", "decode", "bytes",
-              "lookup", "insert", "append", "iterate"]
+              "lookup", "insert", "append", "iterate", "binary",
+              *(name for operation in ["import", "text-parse", "text-write"]
+                for name in [operation, *(f"{operation}, {unit}" for unit in BY_TEXT)])]
 
 
 def benchmark(options, document):
@@ -49,6 +54,8 @@ def collect(figures, runs):
         add(figures, operation, subject, library, run["each"] * 1e9)
         if "bytes" in run:
             add(figures, "bytes", subject, library, run["bytes"])
+        for unit, convert in BY_TEXT.items() if "text" in run else ():
+            add(figures, f"{operation}, {unit}", subject, library, convert(run["each"] * 1e9 / run["text"]))
 
 
 def add(figures, operation, subject, library, figure):
@@ -56,19 +63,19 @@ def add(figures, operation, subject, library, figure):
 
 
 def table(operation, rows):
-    """One operation: a row for each subject, the libraries' figures, then ours by theirs."""
-    libraries = [library for library in LIBRARIES if any(library in row for row in rows.values())]
-    peers = [library for library in libraries if library != OURS]
+    """One operation: a row for each subject, the libraries' figures, then the first by the others."""
+    ours, *peers = [library for library in LIBRARIES if any(library in row for row in rows.values())]
+    digits = 2 if "," in operation else 1
 
     def line(subject, row):
-        cells = [f"{row[name]:10.1f}" if name in row else " " * 9 + "-" for name in libraries]
-        cells += [f"{row[OURS] / row[name]:11.2f}" if name in row and OURS in row else " " * 10 + "-"
+        cells = [f"{row[name]:10.{digits}f}" if name in row else " " * 9 + "-" for name in [ours, *peers]]
+        cells += [f"{row[ours] / row[name]:11.2f}" if name in row and ours in row else " " * 10 + "-"
                   for name in peers]
         return f"{subject:13}" + "".join(cells)
 
-    unit = "of live heap for one value" if operation == "bytes" else "ns"
-    head = "".join(f"{name:>10}" for name in libraries) + "".join(f"{'/' + name:>11}" for name in peers)
-    lines = [f"{operation} ({unit})", " " * 13 + head]
+    unit = "" if "," in operation else " (of live heap for one value)" if operation == "bytes" else " (ns)"
+    head = "".join(f"{name:>10}" for name in [ours, *peers]) + "".join(f"{'/' + name:>11}" for name in peers)
+    lines = [operation + unit, " " * 13 + head]
     return "\n".join(lines + [line(subject, row) for subject, row in rows.items()])
 
 
@@ -90,9 +97,10 @@ def arguments():
 def main():
     options = arguments()
     figures = {}
-    sizes = {path.stem: path.stat().st_size for path in options.data.glob("*.json")}
-    for name in [*sizes, None]:
-        collect(figures, benchmark(options, name and str(options.data / f"{name}.json")))
+    documents = [path for path in options.data.iterdir() if path.suffix in (".json", ".toml")]
+    sizes = {path.stem: path.stat().st_size for path in documents}
+    for document in [*documents, None]:
+        collect(figures, benchmark(options, document and str(document)))
     for operation in filter(figures.get, OPERATIONS):
         rows = sorted(figures[operation].items(), key=lambda row: sizes.get(row[0]) or int(row[0]))
         print(table(operation, dict(rows)) + "\n")

@@ -2,8 +2,11 @@
 #ifndef VEXO_VARIANT_SRC_SWAR_H
 #define VEXO_VARIANT_SRC_SWAR_H
 
+#include <algorithm>
+#include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <string_view>
 
 namespace vexo::variant::swar {
 
@@ -28,6 +31,17 @@ constexpr bool has(std::uint64_t word, char c) {
 /// Whether any byte is below 0x20.
 constexpr bool hasControl(std::uint64_t word) {
   return ((word - repeat(' ')) & ~word & kHighBits) != 0;
+}
+
+/// How many bytes two texts have in common at their beginning.
+inline std::size_t commonPrefix(std::string_view a, std::string_view b) {
+  const std::size_t end = std::min(a.size(), b.size());
+  std::size_t at = 0;
+  while (end - at >= sizeof(std::uint64_t) && load(a.data() + at) == load(b.data() + at)) {
+    at += sizeof(std::uint64_t);
+  }
+  while (at < end && a[at] == b[at]) ++at;
+  return at;
 }
 
 }  // namespace vexo::variant::swar

@@ -8,6 +8,7 @@
 #include "number_text.h"
 #include "pod_stack.h"
 #include "scalar_text.h"
+#include "swar.h"
 #include "text_sink.h"
 #include "tree_walk.h"
 #include "variant_access.h"
@@ -105,6 +106,10 @@ constexpr Word kWords[] = {{"on", 1},  {"enable", 1},  {"enabled", 1},  {"true",
                            {"off", 0}, {"disable", 0}, {"disabled", 0}, {"false", 0}};
 
 const Word* findWord(std::string_view text) {
+  constexpr std::string_view kFirstLetters = "oetdf";
+  if (text.empty() || kFirstLetters.find(ascii::lower(text.front())) == std::string_view::npos) {
+    return nullptr;
+  }
   const auto found = std::find_if(std::begin(kWords), std::end(kWords), [text](const Word& word) {
     return ascii::equal(text, word.text);
   });
@@ -181,9 +186,7 @@ class KvpReader {
   }
 
   std::size_t sharedSteps(std::string_view key) {
-    const auto differs =
-        std::mismatch(key.begin(), key.end(), lastKey_.begin(), lastKey_.end()).first;
-    const auto same = static_cast<std::size_t>(differs - key.begin());
+    const std::size_t same = swar::commonPrefix(key, lastKey_);
     const auto isShared = [&](const Step& step) {
       return step.end <= same && (step.end == key.size() || key[step.end] == '.');
     };
@@ -203,8 +206,8 @@ class KvpReader {
 
   /// Whether a name as a key chain leads to the member of that name and nowhere else.
   static bool isPlainName(std::string_view name) {
-    return name.find_first_of(std::string_view("/\0", 2)) == std::string_view::npos &&
-           !name.starts_with('[');
+    const auto isSpecial = [](char c) { return c == '/' || c == '\0'; };
+    return !name.starts_with('[') && std::none_of(name.begin(), name.end(), isSpecial);
   }
 
   /// An element is looked up as the key chain "[part]", in which a leading zero means octal, and

@@ -87,9 +87,14 @@ Descriptor openHere(const std::string& path, int flags) {
   return openAt(Descriptor(AT_FDCWD), path, flags);
 }
 
-bool isRegular(const Descriptor& file) {
+enum class FileKind { kUnknown, kRegular, kOther };
+
+FileKind kindOf(const Descriptor& file) {
   struct stat status {};
-  return fstat(file.get(), &status) == 0 && S_ISREG(status.st_mode);
+  if (fstat(file.get(), &status) != 0) {
+    return FileKind::kUnknown;
+  }
+  return S_ISREG(status.st_mode) ? FileKind::kRegular : FileKind::kOther;
 }
 
 std::size_t transferSize(std::uint64_t count) {
@@ -234,7 +239,11 @@ class Source final : public Channel {
 class Output {
  public:
   Output() = default;
-  explicit Output(Descriptor file) : file_(std::move(file)), isRegular_(isRegular(file_)) {}
+  explicit Output(Descriptor file) : file_(std::move(file)), kind_(kindOf(file_)) {
+    if (kind_ == FileKind::kUnknown) {
+      file_.reset();  // a longer old content could not be cut off
+    }
+  }
 
   bool isOpen() const { return file_.isOpen(); }
 
@@ -260,12 +269,12 @@ class Output {
  private:
   bool endAfter(std::uint64_t count) {
     length_ += count;
-    return !isRegular_ ||
+    return kind_ != FileKind::kRegular ||
            uninterrupted([&] { return ftruncate(file_.get(), static_cast<off_t>(length_)); }) == 0;
   }
 
   Descriptor file_;
-  bool isRegular_ = false;
+  FileKind kind_ = FileKind::kUnknown;
   std::uint64_t length_ = 0;
 };
 
@@ -294,28 +303,36 @@ std::optional<std::string> readLink(const Place& place) {
   return link;
 }
 
-/// Where `path` leads to behind all symbolic links, be there a file or not; nothing when that has
-/// no name.
-std::optional<Place> locate(std::string path) {
+/// What a path leads to behind all symbolic links, be there a file or not.
+/// Neither a place nor nameless is what cannot be told.
+struct Location {
+  bool isNameless = false;
+  std::optional<Place> place = std::nullopt;
+};
+
+Location locate(std::string path) {
   Descriptor start(AT_FDCWD);
   for (int links = 0; links <= kMostLinks; ++links) {
     const std::size_t nameStart = path.rfind('/') + 1;
     const std::string parent = nameStart == 0 ? "." : path.substr(0, nameStart);
     Place place{openAt(start, parent, O_PATH | O_DIRECTORY), path.substr(nameStart)};
     if (!place.directory.isOpen() || place.name.empty()) {
-      return std::nullopt;
+      return {};
     }
     std::optional<std::string> link = readLink(place);
-    if (link && link->empty()) {
-      return place;
+    if (!link) {
+      return {};
     }
-    if (!link || isDescription(place)) {
-      return std::nullopt;
+    if (link->empty()) {
+      return {false, std::move(place)};
+    }
+    if (isDescription(place)) {
+      return {true};
     }
     start = std::move(place.directory);
     path = *std::move(link);
   }
-  return std::nullopt;
+  return {};
 }
 
 /// Hidden, and of a length that file systems take. Not cut within a UTF-8 sequence, which some of
@@ -460,14 +477,19 @@ std::unique_ptr<Channel> openTarget(const std::string& path) {
   if (!existing.isOpen() && errno != ENOENT) {
     return nullptr;
   }
-  std::optional<Place> place = locate(path);
-  if (existing.isOpen() && (!place || !isRegular(existing))) {
+  const FileKind kind = existing.isOpen() ? kindOf(existing) : FileKind::kRegular;
+  if (kind == FileKind::kOther) {
     return std::make_unique<InPlace>(std::move(existing));
   }
-  if (!place) {
+  // What cannot be told now could be told and replaced another time: it is not written in place.
+  Location location = kind == FileKind::kRegular ? locate(path) : Location();
+  if (location.isNameless && existing.isOpen()) {
+    return std::make_unique<InPlace>(std::move(existing));
+  }
+  if (!location.place) {
     return nullptr;
   }
-  auto target = std::make_unique<Replacement>(*std::move(place), std::move(existing));
+  auto target = std::make_unique<Replacement>(*std::move(location.place), std::move(existing));
   return target->prepare() ? std::move(target) : nullptr;
 }
 

@@ -281,7 +281,7 @@ class Walk {
 
   bool string(char quote, Token shortToken, Token longToken) {
     const std::size_t start = at_;
-    const bool isLong = rest().starts_with(std::string(3, quote));
+    const bool isLong = rest().starts_with(quote == '"' ? R"(""")" : "'''");
     return isLong ? longString(quote) && tellFrom(start, longToken)
                   : shortString(quote) && tellFrom(start, shortToken);
   }

@@ -23,11 +23,14 @@ constexpr unsigned digitValue(char c) {
 }
 
 /// Takes the first byte off when it is one of `choices`, and tells which; otherwise 0.
-char take(std::string_view& text, std::string_view choices) {
-  if (text.empty() || choices.find(text.front()) == kNotFound) return 0;
-  const char taken = text.front();
-  text.remove_prefix(1);
-  return taken;
+inline char take(std::string_view& text, std::string_view choices) {
+  if (text.empty()) return 0;
+  for (const char choice : choices) {
+    if (text.front() != choice) continue;
+    text.remove_prefix(1);
+    return choice;
+  }
+  return 0;
 }
 
 bool isSurrogate(std::uint32_t codePoint) { return codePoint >= 0xD800 && codePoint < 0xE000; }
@@ -177,12 +180,13 @@ bool takeOffset(std::string_view& text, DateTime& moment) {
 
 /// A moment as the nearest that a `timeval` of this build can hold.
 timeval nearest(std::int64_t seconds, std::int64_t microseconds) {
-  using Seconds = decltype(timeval::tv_sec);
-  constexpr std::int64_t kFirst = std::numeric_limits<Seconds>::min();
-  constexpr std::int64_t kLast = std::numeric_limits<Seconds>::max();
+  using Seconds = std::numeric_limits<decltype(timeval::tv_sec)>;
+  constexpr std::int64_t kLastMicrosecond = 999'999;
+  if (seconds < Seconds::min()) return {Seconds::min(), 0};
+  if (seconds > Seconds::max()) return {Seconds::max(), kLastMicrosecond};
   timeval result{};
-  result.tv_sec = static_cast<Seconds>(std::clamp(seconds, kFirst, kLast));
-  result.tv_usec = static_cast<decltype(timeval::tv_usec)>(microseconds);
+  result.tv_sec = static_cast<decltype(result.tv_sec)>(seconds);
+  result.tv_usec = static_cast<decltype(result.tv_usec)>(microseconds);
   return result;
 }
 
@@ -349,8 +353,8 @@ bool parseBoolean(const std::string& text) { return text == "true"; }
 
 timeval parseDateTime(const std::string& text) {
   DateTime moment;
-  if (!readDateTime(text, moment)) return {};
-  const std::int64_t day = moment.hasDate ? vexo::utils::unixDayOf(moment.date) : 0;
+  if (!readDateTime(text, moment) || !moment.hasDate || !moment.hasTime) return {};
+  const std::int64_t day = vexo::utils::unixDayOf(moment.date);
   return nearest(day * vexo::utils::kSecondsPerDay + moment.second, moment.microsecond);
 }
 

@@ -79,8 +79,8 @@ struct SyntaxError {
 /// Whether the text is TOML; if not, tells the first fault.
 __attribute__((visibility("default"))) bool checkToml(const std::string& text, SyntaxError& error);
 
-// What a token means. Each takes the text of a token of its kind; a text that is none gives 0,
-// false, the epoch, or the text as it is.
+// What a token means. Each takes the text of a token of its kind. Any other text gives 0, false or
+// the epoch; of a string, quotes that are not a pair and escapes that are none stay as they are.
 
 /// Decimal, or hexadecimal, octal, binary after 0x, 0o, 0b; underscores between digits.
 __attribute__((visibility("default"))) std::int64_t parseInteger(std::string text);
