@@ -1,5 +1,6 @@
 # Short commands for people: each installs what a fresh Debian 12 lacks, then calls CMake.
-.PHONY: demo test sanitize clang arm bench format tidy clean
+.PHONY: demo test sanitize clang arm bench fuzz format tidy analyse exports abi abi-update build-abi \
+  mutate clean
 
 SUDO := $(if $(filter-out 0,$(shell id -u)),sudo)
 BUILD := g++ cmake ninja-build libcli11-dev
@@ -8,7 +9,11 @@ BUILD := g++ cmake ninja-build libcli11-dev
 TEST := $(BUILD) libgtest-dev clang-14 g++-arm-linux-gnueabihf locales binutils
 ARM := $(TEST) googletest qemu-user
 BENCH := g++ cmake ninja-build libbenchmark-dev nlohmann-json3-dev rapidjson-dev \
-  libboost-json1.81-dev python3
+  libboost-json1.81-dev libtomlplusplus-dev libtoml11-dev python3
+FUZZ := g++ cmake ninja-build clang-14 libclang-rt-14-dev
+FUZZ_SECONDS := 60
+MUTANTS := 100
+ABI_LIBRARY := build/abi/src/libvexo_variant.so
 
 # Installs those of the packages that are missing.
 define need
@@ -61,6 +66,20 @@ bench:
 	python3 bench/generate.py build/bench/data
 	python3 bench/report.py build/bench/bench/vexo-bench build/bench/data $(BENCH_OPTIONS)
 
+# Each target for FUZZ_SECONDS; what it finds stays in build/fuzz for the next time.
+fuzz:
+	$(call need,$(FUZZ))
+	$(call build,fuzz)
+	@for target in $(notdir $(wildcard fuzz/seeds/*)); do \
+	  echo "fuzz-$$target for $(FUZZ_SECONDS) seconds"; \
+	  dictionary=fuzz/$$target.dict; \
+	  mkdir -p build/fuzz/corpus/$$target && \
+	  build/fuzz/fuzz/fuzz-$$target -max_total_time=$(FUZZ_SECONDS) -max_len=500 -timeout=10 \
+	    $$(test ! -f $$dictionary || echo -dict=$$dictionary) -verbosity=0 -print_final_stats=1 \
+	    -artifact_prefix=build/fuzz/$$target- build/fuzz/corpus/$$target fuzz/seeds/$$target \
+	    || exit 1; \
+	done
+
 format:
 	$(call need,clang-format)
 	git ls-files '*.cpp' '*.h' | xargs clang-format -i
@@ -69,6 +88,46 @@ tidy:
 	$(call need,$(TEST) clang-tidy)
 	$(call build,clang)
 	git ls-files 'src/*.cpp' 'platform/*.cpp' 'tools/*.cpp' | xargs clang-tidy-14 -p build/clang --quiet
+
+# Clang-tidy reports; cppcheck, whose .cppcheck-suppressions says what is meant, and the thread
+# sanitizer fail. The sanitizer's memory layout needs addresses that are not too random.
+analyse: tidy
+	$(call need,cppcheck)
+	cppcheck -q --std=c++20 --language=c++ --enable=warning,style,performance,portability \
+	  --suppressions-list=.cppcheck-suppressions --error-exitcode=1 \
+	  -I include -I platform/include -I src -I build/clang/include src platform/src
+	$(call build,tsan)
+	setarch -R build/tsan/tests/vexo-tests --gtest_filter='Threads*'
+
+# Accepts what the library exports now; the test `exports` compares with the lists.
+exports:
+	$(call need,$(ARM))
+	$(call build,release)
+	$(call build,arm)
+	tests/exports_test.sh --update nm build/release/src/libvexo_variant.so tests/exports/x86_64.txt
+	tests/exports_test.sh --update arm-linux-gnueabihf-nm build/arm/src/libvexo_variant.so \
+	  tests/exports/arm.txt
+
+# Compares the library with abi/x86_64.abi, the functions and the layout of the public types that
+# programs built earlier rely on; `make abi-update` accepts a change, which needs another SOVERSION
+# unless it only adds functions.
+abi: build-abi
+	abidiff --exported-interfaces-only abi/x86_64.abi $(ABI_LIBRARY)
+
+abi-update: build-abi
+	mkdir -p abi
+	abidw --exported-interfaces-only --headers-dir include --drop-private-types --no-corpus-path \
+	  --no-comp-dir-path --no-show-locs --no-elf-needed --no-parameter-names \
+	  --no-write-default-sizes --out-file abi/x86_64.abi $(ABI_LIBRARY)
+
+build-abi:
+	$(call need,$(BUILD) abigail-tools)
+	$(call build,abi)
+
+# Breaks the sources in MUTANTS places, one at a time, and lists what the tests do not notice.
+mutate:
+	$(call need,$(TEST) python3)
+	python3 tests/mutate.py --mutants $(MUTANTS)
 
 clean:
 	rm -rf build

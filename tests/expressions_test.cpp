@@ -1,39 +1,35 @@
 // What callers naturally write compiles (expressions.h) and means the same on every target.
 #include "expressions.h"
 
-#include <algorithm>
-
 #include "host.h"
 
 namespace vexo::variant {
 namespace {
 
-TEST(Expressions, FloatsAreDoubles) {
+using namespace tests;
+
+TEST(Expressions, ComparisonIsByValueWhateverTheType) {
   EXPECT_TRUE(Variant(0.5f) == V_DOUBLE && Variant(0.5L) == V_DOUBLE && Variant(0.25) == 0.25L);
   EXPECT_TRUE(Variant(0.1f) == 0.1f && 0.1f == Variant(0.1f) && Variant(0.1f) != 0.1);
   EXPECT_TRUE(float(Variant(0.1)) == 0.1f && static_cast<long double>(Variant(0.5)) == 0.5L);
-}
-
-TEST(Expressions, ComparisonIsByValueWhateverTheType) {
-  const Variant minusOne(std::int8_t{-1});
+  const Variant minusOne(std::int8_t{-1}), null;
   EXPECT_TRUE(minusOne == -1L && minusOne == -1LL && minusOne == short{-1} && minusOne == '\xFF');
   EXPECT_FALSE(minusOne == 255 || minusOne == 255u || minusOne == UINT32_MAX);
   EXPECT_TRUE(minusOne == UINT64_MAX && UINT64_MAX == minusOne && Variant(255) != '\xFF');
   EXPECT_TRUE(Variant(UINT64_MAX) == -1 && Variant(255u) == 255.0f && Variant(-3.5) == 0u);
   EXPECT_TRUE(Variant(2.5) == 2 && Variant(2.5) == 2ul && Variant(2.5) != 2.0f);
-  EXPECT_TRUE(Variant(5u) != std::uint64_t{6} && !(Variant(5u) != std::uint64_t{5}));
-  EXPECT_FALSE(Variant(true) == 1 || 1 == Variant(true) || Variant(1) == true ||
-               true == Variant(1));
-  EXPECT_FALSE(Variant() == 0 || 0 == Variant() || Variant() == false || Variant() == 0.0);
+  EXPECT_FALSE(Variant(true) == 1 || 1 == Variant(true) || Variant(1) == true || null == false);
+  EXPECT_FALSE(null == 0 || 0 == null || null == 0.0 || Variant(5u) != std::uint64_t{5});
   EXPECT_TRUE(true == Variant(true) && false != Variant(true));
+  EXPECT_TRUE(null == V_NULL && V_NULL == null && null != V_MAP && V_MAP != null);
+  EXPECT_FALSE(Variant(0x8001) == V_NULL || Variant(1) == V_NUMERIC || Variant(1) == V_ANY);
   const timeval early{1, 2}, late{1, 3};
   EXPECT_TRUE(Variant(early) == early && late != Variant(early) && !(Variant(late) != late));
 }
 
 TEST(Expressions, TextComparesAsText) {
   const Variant value("abc"), whole(std::string("abc\0", 4));
-  const char* const pointer = "abc";
-  const char* const nothing = nullptr;
+  const Chars pointer = "abc", nothing = nullptr;
   char array[] = "abc";
   char* const writable = array;
   EXPECT_TRUE("abc" == value && value == "abc" && "abd" != value && value != "abd");
@@ -41,15 +37,6 @@ TEST(Expressions, TextComparesAsText) {
   EXPECT_TRUE(std::string("abc") == value && value != std::string("abc\0", 4) && whole != pointer);
   EXPECT_FALSE("5" == Variant(5) || "" == Variant() || nullptr == value || Variant("0") == 0);
   EXPECT_TRUE(Variant("") != nothing && Variant() != nothing && !(value == nothing));
-  const std::string copied = value;
-  EXPECT_EQ(copied, "abc");
-}
-
-TEST(Expressions, TypeCodesCompareWithTheType) {
-  const Variant null;
-  EXPECT_TRUE(null == V_NULL && V_NULL == null && null != V_MAP && V_MAP != null);
-  EXPECT_FALSE(Variant(0x8001) == V_NULL || V_INT32 != Variant(0x8001));
-  EXPECT_FALSE(Variant(1) == V_NUMERIC || Variant(1) == V_ANY);
 }
 
 TEST(Expressions, SubscriptsTakeEveryInteger) {
@@ -61,9 +48,8 @@ TEST(Expressions, SubscriptsTakeEveryInteger) {
   value[UINT32_MAX] = -1;      // no 32-bit -1
   value[UINT64_MAX - 2] = -3;  // wraps to an ordinary key
   std::string keys;
-  for (const auto& [key, member] : static_cast<const VariantMap*>(value)->numericKeys) {
-    keys += std::to_string(key) + ' ';
-  }
+  for (auto i = value.num_begin(); i != value.num_end(); ++i)
+    keys += std::to_string(i->first) + ' ';
   EXPECT_EQ(keys, "-3 -2 0 1 2 65 66 67 68 69 70 255 4294967295 ");
   char key[] = "name";
   value[key] = "text";
@@ -76,9 +62,7 @@ TEST(Expressions, ContainersOfValuesTakeAnything) {
   EXPECT_EQ(std::find(values.begin(), values.end(), "a") - values.begin(), 1);
   EXPECT_EQ(std::find(values.begin(), values.end(), 5) - values.begin(), 4);
   EXPECT_EQ(std::count(values.begin(), values.end(), V_NULL), 1);
-  EXPECT_EQ(std::count_if(values.begin(), values.end(), [](auto& v) { return v && !!v; }), 5);
   BaseVariantContainer record;
-  record["a"] = values[0];
   EXPECT_TRUE(record == record && record != values[0] && values[0] != record);
   record = 5u;
   EXPECT_TRUE(record == 5 && 5 == record && record == values[4] && values[4] == record);

@@ -3,24 +3,23 @@
 # callers write must mean the same whatever the width of long and time_t and the sign of char.
 # Usage: expressions_test.sh TESTS-DIR INCLUDE-DIR GENERATED-INCLUDE-DIR
 set -u
-tests=$(realpath "$1")
-include=$(realpath "$2")
-generated=$(realpath "$3")
+tests=$(realpath "$1") include=$(realpath "$2") generated=$(realpath "$3")
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 warnings=(-Wall -Wextra -Wpedantic -Wconversion -Wsign-conversion -Wshadow -Wno-psabi -Werror)
 arm="arm-linux-gnueabihf"
 passed=0 failed=0 skipped=0
 
+skip() {
+  echo "SKIPPED: $1"
+  skipped=$((skipped + 1))
+}
+
 # accepts CONFIG-DIR COMPILER ARGUMENT...: in both language modes and with both signs of char.
 accepts() {
   local config=$1 mode
   shift
-  if ! command -v "$1" > "$work/found"; then
-    echo "SKIPPED: $1 is not installed"
-    skipped=$((skipped + 1))
-    return
-  fi
+  command -v "$1" > "$work/found" || { skip "$1 is not installed"; return; }
   for mode in "-std=c++"{17,20}" -f"{,un}signed-char; do
     # shellcheck disable=SC2086 # the options are split at blanks
     if "$@" $mode "${warnings[@]}" -I"$config" -I"$include" -I"$tests" -fsyntax-only -x c++ - \
@@ -50,8 +49,7 @@ for size in 8 16; do
   if [ ${#headers[@]} -gt 0 ]; then
     accepts "$work/$size" clang++-14 --target=$arm -nostdinc++ "${headers[@]}" "${time64[@]}"
   else
-    echo "SKIPPED: clang++-14 for $arm, which needs the headers of $arm-g++"
-    skipped=$((skipped + 1))
+    skip "clang++-14 for $arm, which needs the headers of $arm-g++"
   fi
 done
 

@@ -7,16 +7,13 @@
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
-#include <mutex>
 #include <new>
 
 #include "vexo_host/host.h"
 
 namespace {
 
-std::mutex messagesMutex;
-vexo::tests::Messages messages;
-
+thread_local vexo::tests::Messages messages;
 thread_local std::size_t allocations = 0;
 thread_local std::size_t firstFailure = SIZE_MAX, lastFailure = SIZE_MAX;
 thread_local bool failed = false;
@@ -70,11 +67,13 @@ void logInternal(const char* module, const char* file, const char* function, int
   va_end(arguments);
   EXPECT_STREQ(module, "vexo_variant");
   EXPECT_GT(line, 0);
-  const std::string message =
-      std::string(file) + " " + function + " " + std::to_string(level) + ": " + text;
-  std::fprintf(stderr, "%s\n", message.c_str());
-  const std::lock_guard<std::mutex> lock(messagesMutex);
-  messages.push_back(message);
+  // What is allocated here does not count.
+  const std::size_t number = allocations, failure = std::exchange(firstFailure, SIZE_MAX);
+  messages.push_back(std::string(file) + " " + function + " " + std::to_string(level) + ": " +
+                     text);
+  std::fprintf(stderr, "%s\n", messages.back().c_str());
+  allocations = number;
+  firstFailure = failure;
 }
 
 void forceCrash() { std::abort(); }
@@ -82,18 +81,12 @@ void forceCrash() { std::abort(); }
 
 namespace vexo::tests {
 
-Messages takeMessages() {
-  const std::lock_guard<std::mutex> lock(messagesMutex);
-  return std::exchange(messages, {});
-}
+Messages takeMessages() { return std::exchange(messages, {}); }
 
 std::string violation(const std::string& file, const std::string& function,
                       const std::string& message) {
   std::string pattern;
-  for (const char c : file + " " + function + " 3: " + message) {
-    if (std::strchr("[](){}.*+?^$|\\", c) != nullptr) pattern += '\\';
-    pattern += c;
-  }
+  for (const char c : file + " " + function + " 3: " + message) pattern += {'[', c, ']'};
   return pattern;
 }
 
@@ -114,16 +107,17 @@ std::size_t peakBytes(const std::function<void()>& body) {
   return peak - before;
 }
 
-void runOnSmallStack(void (*body)()) {
+void runOnSmallStack(const std::function<void()>& body) {
   pthread_attr_t attributes;
   pthread_attr_init(&attributes);
   ASSERT_EQ(pthread_attr_setstacksize(&attributes, 64 * 1024), 0);
   pthread_t thread;
   const auto start = [](void* argument) -> void* {
-    (*static_cast<void (**)()>(argument))();
+    (**static_cast<const std::function<void()>**>(argument))();
     return nullptr;
   };
-  ASSERT_EQ(pthread_create(&thread, &attributes, start, &body), 0);
+  const auto* argument = &body;
+  ASSERT_EQ(pthread_create(&thread, &attributes, start, &argument), 0);
   pthread_join(thread, nullptr);
   pthread_attr_destroy(&attributes);
 }
@@ -135,9 +129,8 @@ variant::Variant parsed(const std::string& json) {
 }
 
 variant::Variant decoded(const std::string& hex) {
-  const std::vector<std::uint8_t> bytes = unhex(hex);
   variant::Variant value;
-  EXPECT_EQ(readBin(value, bytes), bytes.size());
+  EXPECT_EQ(readBin(value, unhex(hex)), unhex(hex).size()) << hex;
   return value;
 }
 
@@ -147,55 +140,48 @@ std::string json(const variant::Variant& value) {
   return text;
 }
 
-std::vector<std::uint8_t> toBin(const variant::Variant& value) {
+Bytes toBin(const variant::Variant& value) {
   std::uint32_t length = value.GetBinRequiredLength();
-  std::vector<std::uint8_t> bytes(length);
+  Bytes bytes(length);
   bytes.resize(value.ToBIN(bytes.data(), length));
   return bytes;
 }
 
-std::uint32_t readBin(variant::Variant& value, const std::vector<std::uint8_t>& bytes) {
+std::uint32_t readBin(variant::Variant& value, const Bytes& bytes) {
   return value.FromBIN(bytes.data(), static_cast<std::uint32_t>(bytes.size()));
 }
 
-std::string hex(const std::vector<std::uint8_t>& bytes) {
+std::string hex(const Bytes& bytes) {
   std::string text;
-  for (const std::uint8_t byte : bytes) {
-    for (const int digit : {byte >> 4, byte & 0xF}) text += "0123456789ABCDEF"[digit];
-    text += ' ';
-  }
-  return text.substr(0, text.size() - !text.empty());
+  for (const int byte : bytes)
+    text += {"0123456789ABCDEF"[byte / 16], "0123456789ABCDEF"[byte % 16]};
+  return text;
 }
 
-std::vector<std::uint8_t> unhex(std::string text) {
+Bytes unhex(std::string text) {
   std::erase(text, ' ');
-  std::vector<std::uint8_t> bytes;
-  for (std::size_t i = 0; i + 1 < text.size(); i += 2) {
+  Bytes bytes;
+  for (std::size_t i = 0; i + 1 < text.size(); i += 2)
     bytes.push_back(static_cast<std::uint8_t>(std::stoul(text.substr(i, 2), nullptr, 16)));
-  }
   return bytes;
 }
 
-std::vector<std::vector<std::string>> table(const std::string& text) {
-  const auto split = [](const std::string& whole, const std::string& by, auto add) {
+std::vector<std::vector<std::string>> table(std::string text) {
+  const auto split = [](const std::string& whole, const std::string& by) {
+    std::vector<std::string> parts;
     for (std::size_t start = 0, end = 0; end != std::string::npos; start = end + by.size()) {
       end = whole.find(by, start);
-      add(whole.substr(start, end == std::string::npos ? end : end - start));
+      std::string& part = parts.emplace_back(whole, start, end - start);
+      part.erase(0, part.find_first_not_of(' '));
+      part.erase(part.find_last_not_of(' ') + 1);
     }
+    return parts;
   };
-  const auto trimmed = [](const std::string& cell) {
-    const std::size_t first = cell.find_first_not_of(' ');
-    return first == std::string::npos ? ""
-                                      : cell.substr(first, cell.find_last_not_of(' ') + 1 - first);
-  };
+  for (std::size_t at; (at = text.find('\n')) != std::string::npos;) text.replace(at, 1, "   ");
   std::vector<std::vector<std::string>> rows;
-  split(text, "\n", [&](const std::string& line) {
-    split(line, "   ", [&](const std::string& row) {
-      if (trimmed(row).empty()) return;
-      rows.emplace_back();
-      split(row, "=>", [&](const std::string& cell) { rows.back().push_back(trimmed(cell)); });
-    });
-  });
+  for (const std::string& row : split(text, "   ")) {
+    if (!row.empty()) rows.push_back(split(row, "=>"));
+  }
   return rows;
 }
 
@@ -205,7 +191,7 @@ std::string repeated(const std::string& text, std::size_t count) {
   return result;
 }
 
-void expectChanges(void (*action)(variant::Variant& value), const std::string& rows,
+void expectChanges(void (*action)(V value), const std::string& rows,
                    std::string (*show)(const variant::Variant&)) {
   for (const auto& row : table(rows)) {
     const std::size_t before = liveBlocks();

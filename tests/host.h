@@ -4,27 +4,32 @@
 
 #include <gtest/gtest.h>
 
-#include <cstddef>
+#include <algorithm>
+#include <cmath>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <functional>
 #include <iterator>
-#include <string>
-#include <vector>
+#include <limits>
+#include <random>
+#include <sstream>
 
 #include "vexo_variant/variant.h"
 
 namespace vexo::tests {
 
+using V = variant::Variant&;
+using Chars = const char*;
+using Bytes = std::vector<std::uint8_t>;
+
 /// One message, as "src/variant_bin FromBIN 3: Limit exceeded: C: 2; V: 1; M: 2".
 using Messages = std::vector<std::string>;
 
-/// The messages logged since the last call. Every test begins without any.
+/// What this thread logged since the last call. Every test begins without messages.
 Messages takeMessages();
 
-/// What EXPECT_DEATH looks for: the message as above, at level 3, with regular expression
-/// characters escaped.
+/// What EXPECT_DEATH looks for: the message as above, at level 3, as a regular expression.
 std::string violation(const std::string& file, const std::string& function,
                       const std::string& message);
 
@@ -46,7 +51,7 @@ std::size_t liveBytes();
 std::size_t peakBytes(const std::function<void()>& body);
 
 /// Runs `body` on a thread with a stack of 64 KiB.
-void runOnSmallStack(void (*body)());
+void runOnSmallStack(const std::function<void()>& body);
 
 /// The tree that a JSON text stands for; fails the test when it does not parse as a whole.
 variant::Variant parsed(const std::string& json);
@@ -55,18 +60,18 @@ variant::Variant decoded(const std::string& hex);
 /// Compact JSON.
 std::string json(const variant::Variant& value);
 /// The BIN encoding, and the result of reading one.
-std::vector<std::uint8_t> toBin(const variant::Variant& value);
-std::uint32_t readBin(variant::Variant& value, const std::vector<std::uint8_t>& bytes);
-/// "10 0E 03", with no spaces needed on the way in.
-std::string hex(const std::vector<std::uint8_t>& bytes);
-std::vector<std::uint8_t> unhex(std::string text);
+Bytes toBin(const variant::Variant& value);
+std::uint32_t readBin(variant::Variant& value, const Bytes& bytes);
+/// "100E03"; on the way in, spaces may part the digits.
+std::string hex(const Bytes& bytes);
+Bytes unhex(std::string text);
 
 /// The cells of a table, which "=>" separates; rows are lines, or stand three spaces apart.
-std::vector<std::vector<std::string>> table(const std::string& text);
+std::vector<std::vector<std::string>> table(std::string text);
 std::string repeated(const std::string& text, std::size_t count);
 
 /// Every row "JSON => text" tells how a value shows after the action, which must not leak.
-void expectChanges(void (*action)(variant::Variant& value), const std::string& rows,
+void expectChanges(void (*action)(V value), const std::string& rows,
                    std::string (*show)(const variant::Variant&) = json);
 
 /// A path in a new directory of its own, which goes with the object; there is no file yet.

@@ -1,21 +1,14 @@
 // Members of maps: subscripts, lookups, removal, conversions of trees, key chains, validators; and
 // every misuse of values that ends the process.
-#include <algorithm>
-#include <cmath>
-#include <sstream>
-#include <utility>
-
 #include "host.h"
 
 namespace vexo::variant {
 namespace {
 
 using namespace tests;
-using V = Variant&;
 using S = std::string;
-using Chars = const char*;
 
-const S kKeyWithZero("Na\0me", 5);
+const S kKeyWithZero("Na\0me", 5), kOther("nA\0ME", 5);
 const Chars kNoText = nullptr;
 
 Variant typedMap() { return decoded("1011 00 0363616D 00 01 0161 E004 05"); }  // cam {a: 5}
@@ -23,10 +16,9 @@ Variant typedMap() { return decoded("1011 00 0363616D 00 01 0161 E004 05"); }  /
 /// The keys of a map and whether it is an array, which JSON does not always tell: "array 0 7; a".
 S shape(const Variant& map) {
   S text = map.IsArray() ? "array" : "map";
-  for (auto it = map.num_begin(); it != map.num_end(); ++it)
-    text += ' ' + std::to_string(it->first);
+  for (auto i = map.num_begin(); i != map.num_end(); ++i) text += ' ' + std::to_string(i->first);
   text += ';';
-  for (auto it = map.str_begin(); it != map.str_end(); ++it) text += ' ' + it->first;
+  for (auto i = map.str_begin(); i != map.str_end(); ++i) text += ' ' + i->first;
   return text.c_str();  // up to a zero byte
 }
 
@@ -61,15 +53,6 @@ TEST(Subscript, OfAConstantOnlyFinds) {
   EXPECT_TRUE(value[Variant(2u)] == "c" && value[Variant(UINT64_MAX)] == "b");
 }
 
-TEST(Subscript, ReferencesOutliveOtherMembers) {
-  Variant value;
-  Variant &text = value["m"] = "text", &number = value[500] = parsed("[[1]]");
-  for (int i = 0; i < 1000; i += 3) value[i + 1] = value[-i] = value[std::to_string(i)] = i;
-  for (int i = 0; i < 500; i += 2) value.RemoveValue(i).RemoveValue(std::to_string(i), true);
-  const Variant moved = std::move(value);
-  EXPECT_TRUE(&moved["m"] == &text && &moved[500] == &number && json(number) == "[[1]]");
-}
-
 // --- Misuse --------------------------------------------------------------------------------------
 
 /// What misuse is tried on.
@@ -88,11 +71,17 @@ void expectViolations(const S& file, const S& function, const S& message,
   }
 }
 
+template <class Number>
+void expectNumberViolation(const S& name) {
+  expectViolations("cast", "operator " + name, "Invalid variant type: 0x100e",
+                   {[](T t) { t.text.operator Number(); }});
+}
+
 TEST(Misuse, IsAViolation) {
   const auto at = [](Chars text, std::initializer_list<Misuse> misuses) {
     expectViolations("subscript", "operator[]", text, misuses);
   };
-  const auto state = [](Chars file, Chars function, std::initializer_list<Misuse> misuses) {
+  const auto state = [](Chars file, const S& function, std::initializer_list<Misuse> misuses) {
     expectViolations(file, function, "Invalid state", misuses);
   };
   // clang-format off
@@ -117,69 +106,44 @@ TEST(Misuse, IsAViolation) {
   state("misc", "NumericKeysCount", {[](T t) { t.text.NumericKeysCount(); }});
   state("misc", "ResetNumericKeys", {[](T t) { t.text.ResetNumericKeys(); }});
   state("misc", "ResetStringKeys",  {[](T t) { t.text.ResetKeys(); }});
-  const auto iterators = [&](Chars function, Misuse changing, Misuse reading) {
-    state("iterators", function, {changing, reading});
-  };
-  iterators("num_begin", [](T t) { t.text.num_begin(); }, [](T t) { t.constant.num_begin(); });
-  iterators("num_end",   [](T t) { t.text.num_end(); },   [](T t) { t.constant.num_end(); });
-  iterators("str_begin", [](T t) { t.text.str_begin(); }, [](T t) { t.constant.str_begin(); });
-  iterators("str_end",   [](T t) { t.text.str_end(); },   [](T t) { t.constant.str_end(); });
+  state("iterators", "num_begin",
+        {[](T t) { t.text.num_begin(); }, [](T t) { t.constant.num_begin(); }});
+  state("iterators", "num_end", {[](T t) { t.text.num_end(); }, [](T t) { t.constant.num_end(); }});
+  state("iterators", "str_begin",
+        {[](T t) { t.text.str_begin(); }, [](T t) { t.constant.str_begin(); }});
+  state("iterators", "str_end", {[](T t) { t.text.str_end(); }, [](T t) { t.constant.str_end(); }});
+  expectNumberViolation<int8_t>("int8_t"),    expectNumberViolation<uint8_t>("uint8_t");
+  expectNumberViolation<int16_t>("int16_t"),  expectNumberViolation<uint16_t>("uint16_t");
+  expectNumberViolation<int32_t>("int32_t"),  expectNumberViolation<uint32_t>("uint32_t");
+  expectNumberViolation<int64_t>("int64_t"),  expectNumberViolation<uint64_t>("uint64_t");
+  expectNumberViolation<double>("double");
   state("cast", "operator const string&", {[](T) { parsed("[1]").HasStrArrayMember("b", true); }});
-  // clang-format on
-}
-
-/// Reading as R is misuse of null and of what has a record, but for the types accepted.
-template <class R>
-void expectReads(const S& name, std::initializer_list<VariantType> accepted) {
-  for (const Variant& v : {Variant(), Variant("12"), Variant(timeval{}), Variant(nullptr, 0, false),
-                           parsed("{}"), typedMap()}) {
-    const VariantType type = v;
-    std::ostringstream number;
-    number << "Invalid variant type: 0x" << std::hex << type;
-    const S message = *accepted.begin() == V_NULL ? number.str() : "Invalid state";
-    const auto read = [&] { static_cast<void>(v.operator R()); };
-    if (std::count(accepted.begin(), accepted.end(), type) > 0) {
-      read();
-    } else {
-      EXPECT_DEATH(read(), violation("src/variant_cast", "operator " + name, message) + "\n");
-    }
-  }
-}
-
-TEST(Misuse, OfReads) {
-  // clang-format off
-  expectReads<int8_t>("int8_t", {V_NULL});     expectReads<uint8_t>("uint8_t", {V_NULL});
-  expectReads<int16_t>("int16_t", {V_NULL});   expectReads<uint16_t>("uint16_t", {V_NULL});
-  expectReads<int32_t>("int32_t", {V_NULL});   expectReads<uint32_t>("uint32_t", {V_NULL});
-  expectReads<int64_t>("int64_t", {V_NULL});   expectReads<uint64_t>("uint64_t", {V_NULL});
-  expectReads<double>("double", {V_NULL});          expectReads<Chars>("const char*", {V_STRING});
-  expectReads<const S&>("const string&", {V_STRING});
-  expectReads<const timeval&>("const timeval&", {V_TIMESTAMP});
-  expectReads<const VariantBuffer*>("const vexo::variant::VariantBuffer*", {V_BINARY});
-  expectReads<const VariantMap*>("const vexo::variant::VariantMap*", {V_MAP, V_TYPED_MAP});
+  state("cast", "operator const char*", {[](T t) { t.null.operator Chars(); }});
+  state("cast", "operator const timeval&", {[](T t) { t.text.operator const timeval&(); }});
+  state("cast", "operator const vexo::variant::VariantMap*",
+        {[](T t) { t.text.operator const VariantMap*(); }});
+  state("cast", "operator const vexo::variant::VariantBuffer*",
+        {[](T t) { t.map.operator const VariantBuffer*(); }});
   // clang-format on
 }
 
 // --- Lookup, removal, counts ---------------------------------------------------------------------
 
 TEST(Members, HasKeyReadsBrackets) {
-  Variant value =
-      parsed(R"({"-2":0,"-1":0,"0":0,"2":0,"16":0,"[2":0,"2]":0,"[2x]":0,"":0,"Na":0})");
+  Variant value = parsed(R"({"-2":0,"-1":0,"0":0,"2":0,"16":0,"[2":0,"2]":0,"[2x]":0,"":0})");
   value[INT64_MIN] = value[INT64_MAX] = value[kKeyWithZero] = 0;
   // The number ends at the first closing bracket, and is clamped.
   for (const S key : {"[2]", "[0X10]", "[020]", "[-1]", "[ \t+2]", "[]", "[2]]", "[2", "2]", "",
-                      "Na", "[9223372036854775808]", "[-99999999999999999999]"}) {
+                      "[9223372036854775808]", "[-99999999999999999999]"}) {
     EXPECT_TRUE(value.HasKey(key, true) && value.HasKey(key, false)) << key;
     EXPECT_FALSE(Variant("text").HasKey(key, false) || parsed("{}").HasKey(key, true));
   }
   for (const S& key : {S("[3]"), S("[2x]"), S("[2 ]"), S("[ ]"), S("[-]"), S("[0x]"), S("[08]"),
-                       S("[2\0]", 4), S("["), S("]"), S("2"), S("N")}) {
+                       S("[2\0]", 4), S("["), S("]"), S("2"), S("Na")}) {
     EXPECT_FALSE(value.HasKey(key, true) || value.HasKey(key, false)) << key;
   }
-  const S other("nA\0ME", 5);
-  EXPECT_TRUE(!value.HasKey(other, true) && value.HasKey(other, false));
-  EXPECT_TRUE(value.HasKey(-1) && value.HasKey(INT64_MIN) && !value.HasKey(1));
-  EXPECT_FALSE(Variant().HasKey(0) || Variant(0).HasKey(0) || Variant("text").IsArray());
+  EXPECT_TRUE(!value.HasKey(kOther, true) && value.HasKey(kOther, false) && value.HasKey(-1));
+  EXPECT_FALSE(value.HasKey(1) || Variant().HasKey(0) || Variant("text").IsArray());
 }
 
 TEST(Members, GetValueFindsOrCreates) {
@@ -191,14 +155,13 @@ TEST(Members, GetValueFindsOrCreates) {
   EXPECT_EQ(shape(value), "map 7 8; NAME New Other name other");
   // The C string form compares up to a zero byte, the other one all bytes.
   value[kKeyWithZero] = 1;
-  EXPECT_TRUE(value.GetValue("NA", false) == 1 && value.GetValue(S("nA\0ME", 5), false) == 1);
+  EXPECT_TRUE(value.GetValue("NA", false) == 1 && value.GetValue(kOther, false) == 1);
   EXPECT_EQ(value.GetValue(S("NA"), false), V_NULL);
   // Nothing but the letters of ASCII has case.
   value["AZ@[\xC3\x84"] = 1;
   EXPECT_TRUE(value.HasKey("az@[\xC3\x84", false));
-  for (const S other : {"az`[\xC3\x84", "az@{\xC3\x84", "az@[\xC3\xA4", "az@[\xE3\x84"}) {
+  for (const S other : {"az`[\xC3\x84", "az@{\xC3\x84", "az@[\xC3\xA4", "az@[\xE3\x84"})
     EXPECT_FALSE(value.HasKey(other, false)) << other;
-  }
 }
 
 TEST(Members, HasStrArrayMember) {
@@ -207,8 +170,8 @@ TEST(Members, HasStrArrayMember) {
   EXPECT_TRUE(list.HasStrArrayMember("abc", true) && list.HasStrArrayMember("abd", false));
   EXPECT_TRUE(list.HasStrArrayMember("", true));  // found before the number
   list.RemoveValue(3);
-  EXPECT_FALSE(list.HasStrArrayMember("abd", true) || list.HasStrArrayMember("member", false));
-  EXPECT_FALSE(list.HasStrArrayMember(S("abc\0", 4), false));
+  EXPECT_FALSE(list.HasStrArrayMember("abd", true) || list.HasStrArrayMember("member", false) ||
+               list.HasStrArrayMember(S("abc\0", 4), false));
   list.IsArray(false);
   EXPECT_FALSE(list.HasStrArrayMember("abc", true) || Variant("x").HasStrArrayMember("x", true));
 }
@@ -247,7 +210,7 @@ TEST(Compact, TakesTheSmallestType) {
       {V_INT32,  {I{-32769}, I{INT32_MIN}, 65536, 2147483647u, -40000.0}},
       {V_INT64,  {I{INT32_MIN} - 1, INT64_MIN, I{4294967296}, std::uint64_t{INT64_MAX}, -0x1p63}},
       {V_UINT64, {1ull << 63, UINT64_MAX, 0x1p63, 0x1.fffffffffffffp63}},
-      {V_DOUBLE, {0x1p64, -0x1.0000000000001p63, 0.5, -1.5, INFINITY, -INFINITY}},
+      {V_DOUBLE, {0x1p64, -0x1.0000000000001p63, 0.5, -1.5, INFINITY, -INFINITY, NAN}},
       {V_NULL,   {Variant()}},                            {V_STRING, {"12"}},     {V_BOOL, {true}}};
   // clang-format on
   for (const auto& [type, values] : cases) {
@@ -256,12 +219,10 @@ TEST(Compact, TakesTheSmallestType) {
       tree[3]["a"][-7] = before;
       tree.Compact();
       const Variant& after = tree[3]["a"][-7];
-      EXPECT_TRUE(after == type && after == before && before == after) << before.ToString();
+      EXPECT_EQ(after, type) << before.ToString();
+      EXPECT_TRUE((after == before && before == after) || before.operator double() != before);
     }
   }
-  Variant nan(NAN);
-  nan.Compact();
-  EXPECT_EQ(nan, V_DOUBLE);
 }
 
 TEST(Stringify, ConvertsKeysAndValues) {

