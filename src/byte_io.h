@@ -44,9 +44,9 @@ class ByteRange {
     }
     advance(sizeof(T));
   }
-  void write(const void* bytes, std::uint32_t count) {
+  void write(const void* bytes, std::size_t count) {
     if (count > 0) std::memcpy(here(), bytes, count);
-    advance(count);
+    advance(static_cast<std::uint32_t>(count));
   }
 
   template <std::unsigned_integral T>

@@ -130,7 +130,7 @@ class AmfPass : public TreeVisitor<const Variant> {
     return true;
   }
   bool put(std::string_view bytes) {
-    out_.write(bytes.data(), static_cast<std::uint32_t>(bytes.size()));
+    out_.write(bytes.data(), bytes.size());
     return true;
   }
   bool putDouble(double value) { return put(std::bit_cast<std::uint64_t>(value)); }

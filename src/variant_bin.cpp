@@ -119,7 +119,7 @@ class BinWriter : public TreeVisitor<const Variant> {
   }
   bool counted(std::uint32_t base, Bytes bytes, int line = __builtin_LINE()) {
     if (!out_.room(base, bytes.size + kMaxCount, line) || !u56(bytes.size)) return false;
-    out_.write(bytes.data, static_cast<std::uint32_t>(bytes.size));
+    out_.write(bytes.data, static_cast<std::size_t>(bytes.size));
     return true;
   }
   template <class T>
