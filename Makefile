@@ -1,6 +1,6 @@
 # Short commands for people: each installs what a fresh Debian 12 lacks, then calls CMake.
-.PHONY: demo test sanitize clang arm bench fuzz format tidy analyse exports abi abi-update build-abi \
-  mutate clean
+.PHONY: demo test sanitize clang arm big-endian bench fuzz format tidy analyse exports abi \
+  abi-update build-abi mutate clean
 
 SUDO := $(if $(filter-out 0,$(shell id -u)),sudo)
 BUILD := g++ cmake ninja-build libcli11-dev
@@ -59,6 +59,11 @@ arm:
 	ctest --preset arm
 	$(call build,arm-time64)
 	ctest --preset arm-time64
+
+big-endian:
+	$(call need,$(ARM) g++-s390x-linux-gnu)
+	$(call build,big-endian)
+	ctest --preset big-endian
 
 bench:
 	$(call need,$(BENCH))

@@ -53,12 +53,14 @@ struct Stage {
     old = read(file);
   }
   /// Reports unless the answer is true. Success is a new file in place of
-  /// the old one, unless that is forbidden. With the last sync, the new file is there already.
+  /// the old one, unless that is forbidden. When the directory is opened and synced at last, the
+  /// new file is there already.
   void check(bool isSaved, Text fresh, int fault, unsigned long long call) const {
     const bool isFresh = read(file) == fresh && (fault == EACCES || read(hardLink) == "old");
     const auto entries = std::distance(fs::recursive_directory_iterator(directory), {});
     const bool isTidy = entries == (fs::exists(file) ? 4 : 3) || fault == kKill;
-    const bool mayBeFresh = isSaved || fault == kKill || (fault == EIO && call == SYS_fsync);
+    const bool isLast = call == SYS_openat || (fault == EIO && call == SYS_fsync);
+    const bool mayBeFresh = isSaved || fault == kKill || isLast;
     const bool mayBeOld = !isSaved && read(file) == old;
     if (isTidy && (mayBeOld || (isFresh && mayBeFresh))) return;
     std::printf("FAILED: %s (%s), fault %d at %llu\n", path.c_str(), old.c_str(), fault, call);

@@ -1,7 +1,5 @@
-// What holds whatever the input: any depth on a small stack, running out of memory, many readers.
+// What holds whatever the input: any depth on a small stack, running out of memory.
 #include <new>
-#include <thread>
-#include <tuple>
 
 #include "host.h"
 #include "vexo_utils/io_buffer.h"
@@ -235,24 +233,6 @@ TEST(Memory, ReadersTakeNoMoreThanTheTextIsWorth) {
     EXPECT_LT(peakBytes([&] { row.read(value, text); }), 256 * text.size()) << row.piece;
     takeMessages();
   }
-}
-
-TEST(Threads, MayReadOneTreeTogether) {
-  const Input in(4);
-  const Variant& tree = in.tree;
-  const auto read = [&] {
-    return std::tuple(json(tree), tree.ToString(), toBin(tree), json(Variant(tree)),
-                      tree == in.tree, tree["sub"]["x"][0]["k"].KeysCount(),
-                      tree.GetKeyChain(V_NUMERIC, "SUB/C", false));
-  };
-  const auto expected = read();
-  std::vector<std::thread> threads;
-  for (int i = 0; i < 4; ++i) {
-    threads.emplace_back([&] {
-      for (int round = 0; round < 100; ++round) EXPECT_TRUE(read() == expected);
-    });
-  }
-  for (std::thread& thread : threads) thread.join();
 }
 
 }  // namespace

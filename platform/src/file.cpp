@@ -431,10 +431,10 @@ class Replacement final : public Channel {
   }
 
   /// The new name survives a crash once its directory is on the disk. Not every directory may be
-  /// opened, and not every file system syncs one; only a disk that fails is a failure.
+  /// read, and not every file system syncs one; anything else is a failure.
   bool syncDirectory() const {
     const Descriptor directory = openAt(place_.directory, ".", O_RDONLY | O_DIRECTORY);
-    return !directory.isOpen() || sync(directory) || errno != EIO;
+    return directory.isOpen() ? sync(directory) || errno != EIO : errno == EACCES;
   }
 
   void discard() {

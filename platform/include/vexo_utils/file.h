@@ -44,8 +44,10 @@ class __attribute__((visibility("default"))) FdReaderWriter {
 /// yet; a hard link becomes a file of its own, and the other names keep the old content. Where this
 /// cannot work (a device, a pipe, a directory that cannot be written to) the target is written in
 /// place. Without a write, or when it fails, a target that is not written in place is untouched and
-/// the temporary file is gone. Further writes append to the target and sync it. After a failure
-/// nothing more is written.
+/// the temporary file is gone; but when only its directory cannot be synced, the new content is
+/// there and may not survive a power cut. A process that is killed may leave ".NAME.<16
+/// digits>.tmp" behind. Further writes append to the target and sync it. After a failure nothing
+/// more is written.
 ///
 /// Reading in write mode and writing in read mode fail. Every operation may throw `std::bad_alloc`.
 class __attribute__((visibility("default"))) File : public FdReaderWriter {
