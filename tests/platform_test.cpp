@@ -1,4 +1,5 @@
-// The platform layer: base64, timestamps as text, whole files, the byte queue, formatting, the log.
+// The platform layer: base64, timestamps as text, whole files, the byte queue, formatting,
+// splitting, the log.
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <sys/resource.h>
@@ -16,6 +17,7 @@
 #include "vexo_utils/file.h"
 #include "vexo_utils/format.h"
 #include "vexo_utils/io_buffer.h"
+#include "vexo_utils/strings.h"
 #include "vexo_utils/time.h"
 
 namespace {
@@ -252,6 +254,29 @@ TEST(HostLog, OneLineOfAnyLength) {
     log("mod", "src/a", "Do", 12, 3, 0, 0, "%s\n%s\x1B", message.c_str(), format("%s", "").c_str());
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "E mod src/a:12 Do: " + message + "  \n");
   }
+}
+
+TEST(Strings, AreSplitAndTrimmed) {
+  const std::tuple<std::string, std::string, std::vector<std::string>> rows[] = {
+      {"", "\n", {""}},
+      {"a\n\nb\n", "\n", {"a", "", "b", ""}},
+      {"--a---b", "--", {"", "a", "-b"}},
+      {"a.b", "", {"a.b"}},
+      {"a.b", "a.b.c", {"a.b"}},
+  };
+  for (const auto& [text, delimiter, pieces] : rows) {
+    std::vector<std::string> found{"kept"};
+    split(text, delimiter, found);
+    found.erase(found.begin());
+    EXPECT_EQ(found, pieces) << text;
+  }
+  for (std::string text : {" \t\n\v\f\r a \t", "a \t", " a \t"}) {
+    lTrim(text);
+    EXPECT_EQ(text, "a \t");
+  }
+  std::string blank = " \xA0", empty = "\t ";
+  lTrim(blank), lTrim(empty);
+  EXPECT_EQ(blank + empty, "\xA0");
 }
 
 }  // namespace
