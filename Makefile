@@ -109,9 +109,9 @@ exports:
 	$(call need,$(ARM))
 	$(call build,release)
 	$(call build,arm)
-	tests/exports_test.sh --update nm build/release/src/libvexo_variant.so tests/exports/x86_64.txt
+	tests/exports_test.sh --update nm build/release/src/libvexo_variant.so abi/x86_64-exports.txt
 	tests/exports_test.sh --update arm-linux-gnueabihf-nm build/arm/src/libvexo_variant.so \
-	  tests/exports/arm.txt
+	  abi/arm-exports.txt
 
 # Compares the library with abi/x86_64.abi, the functions and the layout of the public types that
 # programs built earlier rely on; `make abi-update` accepts a change, which needs another SOVERSION

@@ -78,29 +78,31 @@ bool walkTree(Value& root, Visitor& visitor) {
     if (visitor.isInner(value)) return open(value);
     return visitor.leaf(value) ? Result::kDone : Result::kStopped;
   };
-  // Both go on to the next map among the members, which becomes the innermost frame.
-  const auto visitNumeric = [&](Frame& frame) {
-    if (Visitor::kStringsOnly) return Result::kDone;
+  const auto announce = [&](Frame& frame, const auto& key, Value& value) {
+    if constexpr (std::is_same_v<std::decay_t<decltype(key)>, std::string>) {
+      return visitor.stringMember(frame.mark, key, value);
+    } else {
+      return visitor.numericMember(frame.mark, key, value);
+    }
+  };
+  // Goes on to the next map among the members, which becomes the innermost frame.
+  const auto visitUpToMap = [&](Frame& frame, auto& next, const auto end) {
     Result result = Result::kDone;
-    const auto end = frame.map->numericKeys.end();
-    while (result == Result::kDone && frame.numeric != end) {
-      auto& member = *frame.numeric++;
-      if (!visitor.numericMember(frame.mark, member.first, member.second)) return Result::kStopped;
+    while (result == Result::kDone && next != end) {
+      auto& member = *next++;
+      if (!announce(frame, member.first, member.second)) return Result::kStopped;
       result = visit(member.second);
     }
     return result;
   };
+  const auto visitNumeric = [&](Frame& frame) {
+    if (Visitor::kStringsOnly) return Result::kDone;
+    return visitUpToMap(frame, frame.numeric, frame.map->numericKeys.end());
+  };
   const auto visitStrings = [&](Frame& frame) {
     if (!frame.inStrings && !visitor.strings(frame.mark, *frame.map)) return Result::kStopped;
     frame.inStrings = true;
-    Result result = Result::kDone;
-    const auto end = frame.map->stringKeys.end();
-    while (result == Result::kDone && frame.string != end) {
-      auto& member = *frame.string++;
-      if (!visitor.stringMember(frame.mark, member.first, member.second)) return Result::kStopped;
-      result = visit(member.second);
-    }
-    return result;
+    return visitUpToMap(frame, frame.string, frame.map->stringKeys.end());
   };
   const auto visitMembers = [&](Frame& frame) {
     const Result first = Visitor::kStringsFirst ? visitStrings(frame) : visitNumeric(frame);

@@ -37,15 +37,20 @@ std::vector<std::string> words(const std::string& text) {
   return result;
 }
 
-/// The kind, the text and the result of the lines "kind text => result" of these kinds.
+/// The kind, the text and the result of the cases "kind text => result" of these kinds.
 std::vector<std::array<std::string, 3>> cases(const std::string& firstLetters) {
   std::ifstream file(VEXO_TESTS_DIR "/toml_cases.txt");
   std::vector<std::array<std::string, 3>> result;
   for (std::string line; std::getline(file, line);) {
     if (firstLetters.find(line[0]) == std::string::npos) continue;
-    const std::size_t start = line.find(' '), end = (line + " =>").find(" =>");
-    result.push_back(
-        {line.substr(0, start), line.substr(start + 1, end - start - 1), line.erase(0, end + 4)});
+    const std::string kind = line.substr(0, line.find(' ')), mark = " ¦ ";
+    line = line.substr(line.find(' ') + 1) + mark;
+    for (std::size_t end; (end = line.find(mark)) != std::string::npos;) {
+      std::string text = line.substr(0, end);
+      const std::size_t arrow = (text + " =>").find(" =>");
+      result.push_back({kind, text.substr(0, arrow), text.erase(0, arrow + 4)});
+      line.erase(0, end + mark.size());
+    }
   }
   EXPECT_FALSE(result.empty());
   return result;

@@ -1,0 +1,8 @@
+# What the cross toolchains share, given a triplet, the processor and qemu-user's name of it.
+set(CMAKE_SYSTEM_NAME Linux)
+set(CMAKE_SYSTEM_PROCESSOR ${VEXO_PROCESSOR})
+set(CMAKE_CXX_COMPILER ${VEXO_TRIPLET}-g++)
+set(CMAKE_FIND_ROOT_PATH /usr/${VEXO_TRIPLET})
+set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
+set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
+set(CMAKE_CROSSCOMPILING_EMULATOR qemu-${VEXO_PROCESSOR};-L;/usr/${VEXO_TRIPLET})
