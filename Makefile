@@ -1,5 +1,5 @@
 # Short commands for people: each installs what a fresh Debian 12 lacks, then calls CMake.
-.PHONY: demo test sanitize clang arm big-endian bench fuzz format tidy analyse exports abi \
+.PHONY: demo test sanitize clang arm big-endian bench scale fuzz format tidy analyse exports abi \
   abi-update build-abi mutate clean
 
 SUDO := $(if $(filter-out 0,$(shell id -u)),sudo)
@@ -13,6 +13,12 @@ BENCH := g++ cmake ninja-build libbenchmark-dev nlohmann-json3-dev rapidjson-dev
 FUZZ := g++ cmake ninja-build clang-14 libclang-rt-14-dev
 FUZZ_SECONDS := 60
 MUTANTS := 100
+INCLUDES := -I include -I platform/include -I src -I build/clang/include
+# GCC 12 believes that `new` may return null, does not follow pointers into the memory of records
+# and pages, and takes allocators, which have no members, for uninitialized.
+GCC_ANALYZER := -fanalyzer -O0 -Wno-analyzer-possible-null-dereference \
+  -Wno-analyzer-possible-null-argument -Wno-analyzer-malloc-leak \
+  -Wno-analyzer-use-of-uninitialized-value
 ABI_LIBRARY := build/abi/src/libvexo_variant.so
 
 # Installs those of the packages that are missing.
@@ -71,6 +77,12 @@ bench:
 	python3 bench/generate.py build/bench/data
 	python3 bench/report.py build/bench/bench/vexo-bench build/bench/data $(BENCH_OPTIONS)
 
+# Huge pages: otherwise the times of large trees are those of address translation.
+scale:
+	$(call need,$(TEST))
+	$(call build,release)
+	GLIBC_TUNABLES=glibc.malloc.hugetlb=1 build/release/tests/vexo-scale --gtest_brief=1
+
 # Each target for FUZZ_SECONDS; what it finds stays in build/fuzz for the next time.
 fuzz:
 	$(call need,$(FUZZ))
@@ -89,18 +101,21 @@ format:
 	$(call need,clang-format)
 	git ls-files '*.cpp' '*.h' | xargs clang-format -i
 
+# One file for each run: from the second file on, its check of va_list takes each for uninitialized.
 tidy:
 	$(call need,$(TEST) clang-tidy)
 	$(call build,clang)
-	git ls-files 'src/*.cpp' 'platform/*.cpp' 'tools/*.cpp' | xargs clang-tidy-14 -p build/clang --quiet
+	git ls-files 'src/*.cpp' 'platform/*.cpp' 'tools/*.cpp' | \
+	  xargs -P2 -n1 clang-tidy-14 -p build/clang --quiet
 
-# Clang-tidy reports; cppcheck, whose .cppcheck-suppressions says what is meant, and the thread
-# sanitizer fail. The sanitizer's memory layout needs addresses that are not too random.
+# Fails on any finding; .clang-tidy and .cppcheck-suppressions say what is meant. The thread
+# sanitizer's memory layout needs addresses that are not too random.
 analyse: tidy
 	$(call need,cppcheck)
 	cppcheck -q --std=c++20 --language=c++ --enable=warning,style,performance,portability \
-	  --suppressions-list=.cppcheck-suppressions --error-exitcode=1 \
-	  -I include -I platform/include -I src -I build/clang/include src platform/src
+	  --suppressions-list=.cppcheck-suppressions --error-exitcode=1 $(INCLUDES) src platform/src
+	git ls-files 'src/*.cpp' 'platform/*.cpp' | \
+	  xargs -P2 -n1 g++ -std=c++20 $(GCC_ANALYZER) -Werror $(INCLUDES) -c -o /dev/null
 	$(call build,tsan)
 	setarch -R build/tsan/tests/vexo-tests --gtest_filter='Threads*'
 

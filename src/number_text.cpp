@@ -78,8 +78,8 @@ std::string_view doubleText(double value, NumberBuffer& buffer) {
     return view(
         std::to_chars(begin, std::end(buffer.chars), value, std::chars_format::fixed, 6).ptr);
   }
-  const std::uint64_t bits = std::bit_cast<std::uint64_t>(value);
-  const unsigned biased = static_cast<unsigned>(bits >> 52 & 0x7FF);
+  const auto bits = std::bit_cast<std::uint64_t>(value);
+  const auto biased = static_cast<unsigned>(bits >> 52 & 0x7FF);
   const std::uint64_t fraction = bits & 0xFFFFFFFFFFFFF;
   const std::uint64_t mantissa = biased == 0 ? fraction : fraction | std::uint64_t{1} << 52;
   const Fixed6 fixed = roundToMillionths(mantissa, 1075 - std::max(biased, 1u));

@@ -36,7 +36,7 @@ bool appendBase64(const VariantBuffer& buffer, TextSink& output) {
   if (buffer.size == 0) return true;
   const std::uint64_t encoded = (std::uint64_t{buffer.size} + 2) / 3 * 4;
   if (encoded > std::numeric_limits<unsigned int>::max()) return false;
-  unsigned int length = static_cast<unsigned int>(encoded);
+  auto length = static_cast<unsigned int>(encoded);
   char* const place = output.claim(length);
   const unsigned int written =
       vexo::utils::b64(buffer.data, buffer.size, reinterpret_cast<unsigned char*>(place), length);

@@ -134,7 +134,7 @@ class TextCursor {
     const std::size_t letter =
         rest().size() < 2 ? std::string_view::npos : kLetters.find(rest()[1]);
     if (letter == std::string_view::npos) {
-      return fail("expected one of the escapes \\b \\f \\n \\r \\t \\\" \\\\ \\/");
+      return fail(R"(expected one of the escapes \b \f \n \r \t \" \\ \/)");
     }
     output += kBytes[letter];
     position_ += 2;

@@ -18,7 +18,7 @@ Variant& assignInline(Variant& target, T value) noexcept {
 template <class Record, class Source>
 Variant& assignRecord(Variant& target, const Source& source) {
   Variant old(std::move(target));
-  put(target, holdRecord(new Record(source)));
+  put(target, holdRecord(new Record(source)));  // NOLINT(bugprone-use-after-move): it is null
   return target;
 }
 

@@ -57,7 +57,8 @@ int readText(TextCursor& cursor, Variant& target) {
 
 bool Variant::ToJSON(const std::string& key, std::string& output, bool pretty, bool withTypes,
                      unsigned int depth) const {
-  const std::string name = key;  // the caller's key may be the output itself
+  // NOLINTNEXTLINE(performance-unnecessary-copy-initialization): it may be the output itself
+  const std::string name = key;
   JsonWriter writer(output, {pretty, withTypes}, depth);
   writer.prefix(*this, name);
   return walkTree(*this, writer);
@@ -87,7 +88,8 @@ int Variant::FromJSON(const std::string& text) {
 }
 
 bool Variant::FromJSONFile(const std::string& path) {
-  const std::string name = path;  // it may be a part of this value
+  // NOLINTNEXTLINE(performance-unnecessary-copy-initialization): it may be a part of this value
+  const std::string name = path;
   Reset();
   vexo::utils::File file;
   std::string text;

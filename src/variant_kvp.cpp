@@ -251,8 +251,8 @@ class KvpReader {
 };
 
 bool readText(std::string_view text, const KvpRules& rules, Variant& target, TextError* error) {
-  const Variant old(std::move(target));  // the text may be a part of it
-  KvpReader reader(text, rules, target);
+  const Variant old(std::move(target));   // the text may be a part of it
+  KvpReader reader(text, rules, target);  // NOLINT(bugprone-use-after-move): it is null
   if (reader.read()) return true;
   if (error != nullptr) {
     *error = {locateText(text.data(), text.size(), reader.errorOffset()),
@@ -299,7 +299,8 @@ bool Variant::FromKVP(const char* data, unsigned int length, bool numericKeysAsS
 
 bool Variant::FromKVPFile(const std::string& path, bool numericKeysAsStrings, bool valuesAsStrings,
                           bool splitKeys) {
-  const std::string name = path;  // it may be a part of this value
+  // NOLINTNEXTLINE(performance-unnecessary-copy-initialization): it may be a part of this value
+  const std::string name = path;
   Reset();
   vexo::utils::File file;
   std::string text;

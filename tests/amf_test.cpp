@@ -78,6 +78,7 @@ TEST(Amf, CountsHaveSeveralForms) {
 
 TEST(Amf, WhatHasNoEncodingIsRefused) {
   const TemporaryFile file;
+  vexo::utils::IOBuffer output;
   std::uint8_t bytes[70000] = {};
   EXPECT_TRUE(Variant("a").ToAMFFile(file.path) && !Variant("a").ToAMFFile(file.directory));
   const auto check = [&](const Variant& value, const std::string& sized, const std::string& why) {
@@ -92,6 +93,8 @@ TEST(Amf, WhatHasNoEncodingIsRefused) {
   check(value, "GetAMFRequiredLength 3: Byte array too big for AMF|", "Byte array too big for AMF");
   (value = Variant())["a"][std::string(65536, 'k')] = true;
   check(value, "GetAMFRequiredLength 3: Key too long for AMF|", "Key too long for AMF");
+  EXPECT_EQ(value.ToAMF(output), 0u);
+  EXPECT_EQ(logged(), "GetAMFRequiredLength 3: Key too long for AMF|") << "once";
   for (int i = 0; i < 16; ++i) value[i] = Variant(bytes, 0x0FFFFFFF, true);
   check(value.ResetStringKeys(),
         "GetAMFRequiredLength 3: Encoding needs 4294967434 bytes, which is 4 GiB or more|",

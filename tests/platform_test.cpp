@@ -26,6 +26,7 @@ using namespace vexo::utils;
 using vexo::tests::TemporaryFile;
 namespace fs = std::filesystem;
 using Names = std::set<std::string>;
+static_assert(FILE_OPEN_MODE_READ == 0 && FILE_OPEN_MODE_WRITE == 2, "hosts pass the numbers");
 
 /// What b64 or unb64 makes of `input` with exactly `room` bytes to write to.
 std::string recode(decltype(&b64) coder, const std::string& input, std::size_t room) {
@@ -240,6 +241,7 @@ TEST(IOBuffer, IsAQueue) {
   }
   IOBuffer moved = std::move(buffer);  // NOLINTNEXTLINE(bugprone-use-after-move)
   EXPECT_TRUE(buffer.size() == 0 && moved.size() == 3000);
+  EXPECT_TRUE(buffer.ReadFromRepeat(7, 1) && *buffer.data() == 7);
   EXPECT_TRUE(moved.Ignore(2999) && !moved.Ignore(2) && moved.Ignore(0) && moved.size() == 0);
 }
 

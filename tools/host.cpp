@@ -33,7 +33,8 @@ void logInternal(const char*, const char*, const char*, int, int level, int, int
   if (level > tool::kErrorLevel) return;
   std::va_list arguments;
   va_start(arguments, format);
-  std::vsnprintf(tool::lastError.data(), tool::lastError.size(), format, arguments);
+  // What does not fit is cut off.
+  (void)std::vsnprintf(tool::lastError.data(), tool::lastError.size(), format, arguments);
   va_end(arguments);
   if (tool::listener != nullptr) tool::listener->hear(tool::lastError.data());
 }

@@ -168,11 +168,12 @@ class OrderedIndex {
 
   static Page* newPage(std::uint16_t height, std::uint32_t capacity) {
     const std::size_t bytes =
+        // NOLINTNEXTLINE(bugprone-sizeof-expression): a child is a pointer
         sizeof(Page) + capacity * (sizeof(Entry) + (height > 0 ? sizeof(Page*) : 0));
     return ::new (::operator new(bytes)) Page{0, static_cast<std::uint16_t>(capacity), height};
   }
 
-  /// Recursion here is bounded by kMaxHeight.
+  // NOLINTNEXTLINE(misc-no-recursion): kMaxHeight bounds it
   static void release(Page* page) noexcept {
     for (std::uint32_t i = 0; page->height > 0 && i < page->count; ++i) {
       release(page->children()[i]);

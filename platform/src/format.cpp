@@ -6,6 +6,7 @@
 
 namespace vexo::utils {
 
+// NOLINTNEXTLINE(cert-dcl50-cpp): the host's interface has the parameters of printf
 std::string format(const char* format, ...) {
   std::va_list arguments;
   va_start(arguments, format);
@@ -16,7 +17,7 @@ std::string format(const char* format, ...) {
   }
   std::string text(static_cast<std::size_t>(length), '\0');
   va_start(arguments, format);
-  std::vsnprintf(text.data(), text.size() + 1, format, arguments);
+  (void)std::vsnprintf(text.data(), text.size() + 1, format, arguments);
   va_end(arguments);
   return text;
 }

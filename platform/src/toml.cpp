@@ -343,7 +343,7 @@ class Walk {
     const std::size_t length = readEscape(rest()).length;
     at_ += length;
     return length > 0 ||
-           fail("expected an escape: \\b \\t \\n \\f \\r \\e \\\" \\\\ \\xHH \\uHHHH \\UHHHHHHHH");
+           fail(R"(expected an escape: \b \t \n \f \r \e \" \\ \xHH \uHHHH \UHHHHHHHH)");
   }
 
   // --- Numbers, booleans, dates and times ---

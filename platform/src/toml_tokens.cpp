@@ -335,6 +335,7 @@ bool readDateTime(std::string_view text, DateTime& moment) {
 
 bool startsWithDate(std::string_view text) { return text.size() >= kDateLength && text[4] == '-'; }
 
+// NOLINTBEGIN(performance-unnecessary-value-param): the host's interface takes texts by value
 std::int64_t parseInteger(std::string text) {
   std::int64_t value = 0;
   return readInteger(text, value) == Number::kValid ? value : 0;
@@ -375,5 +376,6 @@ std::string processMultilineString(std::string text) {
 std::string processMultilineLiteralString(std::string text) {
   return std::string(multilineContent(text, "'''"));
 }
+// NOLINTEND(performance-unnecessary-value-param)
 
 }  // namespace vexo::parsers::toml
