@@ -8,6 +8,7 @@
 #include <cstring>
 
 #include "log_area.h"
+#include "vexo_variant/byte_order.h"
 
 namespace vexo::variant {
 
@@ -37,11 +38,7 @@ class ByteRange {
 
   template <std::unsigned_integral T>
   void write(T value) {
-    Byte* out = here();
-    for (unsigned shift = 8 * sizeof(T); shift > 0; ++out) {
-      shift -= 8;
-      *out = static_cast<std::uint8_t>(value >> shift);
-    }
+    detail::storeBigEndian(value, here());
     advance(sizeof(T));
   }
   void write(const void* bytes, std::size_t count) {
@@ -51,10 +48,7 @@ class ByteRange {
 
   template <std::unsigned_integral T>
   T read() {
-    T value = 0;
-    for (std::size_t i = 0; i < sizeof(T); ++i) {
-      value = static_cast<T>(static_cast<std::uint64_t>(value) << 8 | here()[i]);
-    }
+    const T value = detail::loadBigEndian<T>(here());
     advance(sizeof(T));
     return value;
   }

@@ -7,6 +7,7 @@
 #include <string>
 #include <string_view>
 
+#include "compaction.h"
 #include "pod_stack.h"
 #include "variant_access.h"
 

@@ -53,17 +53,19 @@ class JsonParser {
       case '[':
         return openArray();
       case '"':
-        return readText() ? Next::kAfterValue : Next::kFailed;
+        return readText();
       case 't':
       case 'T':
+        return readBoolean("true", true);
       case 'f':
       case 'F':
+        return readBoolean("false", false);
       case 'n':
       case 'N':
-        return readLiteral() ? Next::kAfterValue : Next::kFailed;
+        return readNull();
       default:
         if (c != '+' && c != '-' && c != '.' && !ascii::isDigit(c)) return fail("expected a value");
-        return readNumber() ? Next::kAfterValue : Next::kFailed;
+        return readNumber();
     }
   }
 
@@ -115,41 +117,40 @@ class JsonParser {
     return Next::kValue;
   }
 
-  bool readText() {
+  Next readText() {
     std::string_view text;
-    if (!cursor_.readQuoted(scratch_, text)) return false;
+    if (!cursor_.readQuoted(scratch_, text)) return Next::kFailed;
     builder_.text(text);
-    return true;
+    return Next::kAfterValue;
   }
 
-  bool readLiteral() {
-    if (takeWord("true")) {
-      builder_.boolean(true);
-    } else if (takeWord("false")) {
-      builder_.boolean(false);
-    } else if (takeWord("null")) {
-      builder_.null();
-    } else {
+  /// The word is in lower case; the text need not be.
+  bool takeWord(std::string_view word) {
+    if (!ascii::equal(cursor_.rest().substr(0, word.size()), word)) {
       return cursor_.fail("expected true, false or null");
     }
-    return true;
-  }
-
-  bool takeWord(std::string_view word) {
-    if (!ascii::equal(cursor_.rest().substr(0, word.size()), word)) return false;
     cursor_.advance(word.size());
     return true;
   }
 
-  bool readNumber() {
-    const std::string_view rest = cursor_.rest();
-    std::size_t length = 0;
-    while (length < rest.size() && isNumberByte(rest[length])) ++length;
-    const Held number = parseNumber(rest.substr(0, length));
-    if (number.type == V_NULL) return cursor_.fail("expected a number");
-    cursor_.advance(length);
-    builder_.number(number);
-    return true;
+  Next readBoolean(std::string_view word, bool value) {
+    if (!takeWord(word)) return Next::kFailed;
+    builder_.boolean(value);
+    return Next::kAfterValue;
+  }
+
+  Next readNull() {
+    if (!takeWord("null")) return Next::kFailed;
+    builder_.null();
+    return Next::kAfterValue;
+  }
+
+  Next readNumber() {
+    const NumberPrefix number = parseNumberPrefix(cursor_.rest());
+    if (number.value.type == V_NULL) return fail("expected a number");
+    cursor_.advance(number.length);
+    builder_.number(number.value);
+    return Next::kAfterValue;
   }
 
   TextCursor& cursor_;

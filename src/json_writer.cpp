@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cstdint>
+#include <cstring>
 
 #include "log_area.h"
 #include "number_text.h"
@@ -31,18 +32,34 @@ constexpr std::array<char, 256> kEscapes = [] {
 
 constexpr char escapeOf(char c) { return kEscapes[static_cast<unsigned char>(c)]; }
 
-/// How many bytes come before the first that needs an escape.
-std::size_t plainPrefix(std::string_view text) {
-  std::size_t at = 0;
-  for (; text.size() - at >= sizeof(std::uint64_t); at += sizeof(std::uint64_t)) {
-    const std::uint64_t bytes = swar::load(text.data() + at);
-    if (swar::hasControl(bytes) || swar::has(bytes, '"') || swar::has(bytes, '/') ||
-        swar::has(bytes, '\\')) {
-      break;
+/// Of each byte the first that may need an escape is marked.
+std::uint64_t marksOfEscapes(std::uint64_t bytes) {
+  return swar::marksOfControls(bytes) | swar::marksOf(bytes, '"') | swar::marksOf(bytes, '/') |
+         swar::marksOf(bytes, '\\');
+}
+
+constexpr std::size_t kMostEscaped = 2;  // bytes for one
+
+/// Copies a text with its escapes, eight bytes at a time where there are none. There must be room
+/// for kMostEscaped bytes for each byte, and for eight more. Returns the end.
+char* copyEscaped(std::string_view text, char* out) {
+  const char* at = text.data();
+  const char* const end = at + text.size();
+  while (at != end) {
+    if (end - at >= 8) {
+      const std::uint64_t marks = marksOfEscapes(swar::load(at));
+      const std::size_t plain = marks == 0 ? 8 : swar::firstMark(marks);
+      std::memcpy(out, at, 8);
+      at += plain;
+      out += plain;
+      if (marks == 0) continue;
     }
+    const char letter = escapeOf(*at);
+    if (letter != 0) *out++ = '\\';
+    *out++ = letter != 0 ? letter : *at;
+    ++at;
   }
-  while (at < text.size() && escapeOf(text[at]) == 0) ++at;
-  return at;
+  return out;
 }
 
 }  // namespace
@@ -157,14 +174,11 @@ void JsonWriter::quoted(std::string_view text) {
 }
 
 void JsonWriter::escaped(std::string_view text) {
+  constexpr std::size_t kAtOnce = 4096;  // so that a long text is not given room for twice its size
   while (!text.empty()) {
-    const std::size_t plain = plainPrefix(text);
-    output_.put(text.substr(0, plain));
-    text.remove_prefix(plain);
-    if (text.empty()) return;
-    output_.put('\\');
-    output_.put(escapeOf(text.front()));
-    text.remove_prefix(1);
+    const std::string_view part = text.substr(0, kAtOnce);
+    output_.advanceTo(copyEscaped(part, output_.room(kMostEscaped * part.size() + 8)));
+    text.remove_prefix(part.size());
   }
 }
 

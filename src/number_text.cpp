@@ -9,6 +9,7 @@
 #include <limits>
 
 #include "ascii.h"
+#include "swar.h"
 
 namespace vexo::variant {
 
@@ -92,33 +93,103 @@ std::string_view doubleText(double value, NumberBuffer& buffer) {
 
 // --- Text to doubles -----------------------------------------------------------------------------
 
-/// A number of the form "digits" or "digits.digits", taken apart: digits * 10^-decimals.
+/// A number without sign of the form "digits", "digits." or "digits.digits": digits * 10^-decimals.
 struct Decimal {
   std::uint64_t digits = 0;
-  unsigned decimals = 0;
+  std::size_t count = 0;  // of digits; the value is right up to kMaxDigits of them
+  std::size_t decimals = 0;
   bool hasPoint = false;
+
+  static constexpr std::size_t kMaxDigits = 19;
+
+  /// Reads up to the first byte that does not fit the form, and tells where that is.
+  const char* read(const char* at, const char* end) {
+    at = readDigits(at, end);
+    if (at == end || *at != '.') return at;
+    hasPoint = true;
+    const std::size_t whole = count;
+    at = readDigits(at + 1, end);
+    decimals = count - whole;
+    return at;
+  }
+
+ private:
+  const char* readDigits(const char* const begin, const char* end) {
+    const char* at = begin;
+    for (; end - at >= 8 && swar::areDigits(swar::load(at)); at += 8) {
+      digits = digits * 100000000 + swar::numberOf(swar::load(at));
+    }
+    for (; at != end && ascii::isDigit(*at); ++at) {
+      digits = digits * 10 + static_cast<std::uint64_t>(*at - '0');
+    }
+    count += static_cast<std::size_t>(at - begin);
+    return at;
+  }
 };
 
-/// False for a text of any other form, and for one of more than 18 digits.
-bool splitDecimal(std::string_view text, Decimal& decimal) {
-  if (text.size() > 19) return false;
-  for (const char c : text) {
-    if (ascii::isDigit(c)) {
-      decimal.digits = decimal.digits * 10 + static_cast<std::uint64_t>(c - '0');
-      decimal.decimals += decimal.hasPoint;
-    } else if (c == '.' && !decimal.hasPoint) {
-      decimal.hasPoint = true;
-    } else {
-      return false;
+constexpr std::size_t kMostDecimals = 18;
+constexpr std::array<double, kMostDecimals + 1> kPowersOfTen = {
+    1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,  1e8, 1e9,
+    1e10, 1e11, 1e12, 1e13, 1e14, 1e15, 1e16, 1e17, 1e18};
+
+/// 2^shift / 10^decimals, rounded down to a number whose highest bit is set.
+struct Reciprocal {
+  std::uint64_t value;
+  unsigned shift;
+};
+
+constexpr std::array<Reciprocal, kMostDecimals + 1> kReciprocals = [] {
+  std::array<Reciprocal, kMostDecimals + 1> table{};
+  std::uint64_t power = 1;
+  for (Reciprocal& entry : table) {
+    entry = {1 / power, 0};
+    std::uint64_t remainder = 1 % power;
+    for (; entry.value >> 63 == 0; ++entry.shift) {
+      const std::uint64_t bit = 2 * remainder >= power ? 1 : 0;
+      remainder = 2 * remainder - bit * power;
+      entry.value = entry.value << 1 | bit;
     }
+    power *= 10;
   }
-  return text.size() > static_cast<std::size_t>(decimal.hasPoint) &&
-         text.size() - decimal.hasPoint <= 18;
+  return table;
+}();
+
+/// The upper half of the product.
+constexpr std::uint64_t multiplyHigh(std::uint64_t a, std::uint64_t b) {
+  constexpr std::uint64_t kLow = 0xFFFFFFFF;
+  const std::uint64_t low = (a & kLow) * (b & kLow);
+  const std::uint64_t middle = (a >> 32) * (b & kLow) + (low >> 32);
+  const std::uint64_t other = (a & kLow) * (b >> 32) + (middle & kLow);
+  return (a >> 32) * (b >> 32) + (middle >> 32) + (other >> 32);
 }
 
-constexpr std::array<double, 23> kPowersOfTen = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
-                                                 1e8,  1e9,  1e10, 1e11, 1e12, 1e13, 1e14, 1e15,
-                                                 1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
+/// digits / 10^decimals by its reciprocal, which is too small by less than 1. So the product's
+/// upper half is too small by less than 2; false when the rounding depends on that.
+bool divideByPower(std::uint64_t digits, std::size_t decimals, double& result) {
+  const Reciprocal& reciprocal = kReciprocals[decimals];
+  const auto zeros = static_cast<unsigned>(std::countl_zero(digits));
+  const std::uint64_t product = multiplyHigh(digits << zeros, reciprocal.value);
+  const auto excess = static_cast<unsigned>(std::bit_width(product)) - 53;
+  const std::uint64_t half = std::uint64_t{1} << (excess - 1);
+  const std::uint64_t below = product & (2 * half - 1);
+  if (below == half || below == half - 1) return false;
+  const std::uint64_t mantissa = (product >> excess) + (below > half ? 1 : 0);
+  // A mantissa that was rounded up to 2^53 carries into the exponent.
+  const std::uint64_t exponent = 1075u + 64 + excess - zeros - reciprocal.shift;
+  result = std::bit_cast<double>((exponent << 52) + (mantissa - (std::uint64_t{1} << 52)));
+  return true;
+}
+
+/// The double nearest to the number; false when the long way has to tell.
+bool nearestDouble(const Decimal& number, double& result) {
+  if (number.decimals > kMostDecimals) return false;
+  if (number.digits > std::uint64_t{1} << 53) {
+    return divideByPower(number.digits, number.decimals, result);
+  }
+  // Both are exact, so that the one division rounds correctly.
+  result = static_cast<double>(number.digits) / kPowersOfTen[number.decimals];
+  return true;
+}
 
 /// Whether a number without sign that is out of the range of a double is too large, rather than too
 /// small. The place of its first digit that is not 0 and the exponent tell.
@@ -176,19 +247,18 @@ Held parseInteger(std::string_view text) {
   return hold(clampUnsigned(number));
 }
 
-/// The usual number: a few decimal digits. False when the long way has to decide.
-bool parseCommon(std::string_view magnitude, bool negative, Held& number) {
-  Decimal decimal;
-  if (!splitDecimal(magnitude, decimal)) return false;
-  if (decimal.hasPoint) {
-    if (decimal.digits > std::uint64_t{1} << 53) return false;
-    // Both numbers are exact, so that the one division rounds correctly.
-    const double value = static_cast<double>(decimal.digits) / kPowersOfTen[decimal.decimals];
-    number = holdDouble(negative ? -value : value);
+/// The value of the usual number: a few decimal digits. False when the long way has to tell.
+bool commonValue(const Decimal& number, bool negative, bool startsWithZero, Held& value) {
+  if (number.count == 0 || number.count > Decimal::kMaxDigits) return false;
+  if (number.hasPoint) {
+    double magnitude = 0;
+    if (!nearestDouble(number, magnitude)) return false;
+    value = holdDouble(negative ? -magnitude : magnitude);
     return true;
   }
-  if (magnitude[0] == '0' && magnitude.size() > 1) return false;  // octal
-  number = negative ? hold(-static_cast<std::int64_t>(decimal.digits)) : hold(decimal.digits);
+  if (startsWithZero && number.count > 1) return false;  // octal
+  if (negative && number.digits >> 63 != 0) return false;
+  value = negative ? hold(-static_cast<std::int64_t>(number.digits)) : hold(number.digits);
   return true;
 }
 
@@ -256,14 +326,30 @@ bool parseIntegerName(std::string_view text, std::int64_t& value) {
   return true;
 }
 
+NumberPrefix parseNumberPrefix(std::string_view text) {
+  const char* const end = text.data() + text.size();
+  const bool negative = text.starts_with('-');
+  const bool signedNumber = negative || text.starts_with('+');
+  const char* const first = text.data() + signedNumber;
+  Decimal number;
+  const char* last = number.read(first, end);
+  NumberPrefix prefix;
+  if (last == end || !isNumberByte(*last)) {
+    prefix.length = static_cast<std::size_t>(last - text.data());
+    if (commonValue(number, negative, first != end && *first == '0', prefix.value)) return prefix;
+  }
+  while (last != end && isNumberByte(*last)) ++last;
+  prefix.length = static_cast<std::size_t>(last - text.data());
+  if (prefix.length == 0) return prefix;
+  const std::string_view whole = text.substr(0, prefix.length);
+  const bool hasPoint = whole.find('.') != std::string_view::npos;
+  prefix.value = hasPoint ? parseDouble(whole.substr(signedNumber), negative) : parseInteger(whole);
+  return prefix;
+}
+
 Held parseNumber(std::string_view text) {
-  if (text.empty()) return Held{};
-  const bool negative = text[0] == '-';
-  const std::string_view magnitude = text.substr(negative || text[0] == '+' ? 1 : 0);
-  Held number;
-  if (parseCommon(magnitude, negative, number)) return number;
-  const bool hasPoint = text.find('.') != std::string_view::npos;
-  return hasPoint ? parseDouble(magnitude, negative) : parseInteger(text);
+  const NumberPrefix prefix = parseNumberPrefix(text);
+  return prefix.length == text.size() ? prefix.value : Held{};
 }
 
 }  // namespace vexo::variant

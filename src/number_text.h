@@ -49,8 +49,16 @@ inline constexpr std::array<bool, 256> kNumberBytes = [] {
 /// Whether the byte may occur in a number.
 inline bool isNumberByte(char c) { return kNumberBytes[static_cast<unsigned char>(c)]; }
 
-/// A text of number bytes as a value: with a '.' a double, or an INT64 where it is whole; after a
-/// '-' an INT64; else a UINT64; integers in base 0. Null when the text is not a number as a whole.
+/// The number bytes at the start of a text, and the value that they stand for as a whole: with a
+/// '.' a double, or an INT64 where it is whole; after a '-' an INT64; else a UINT64; integers in
+/// base 0. Null when they are not a number.
+struct NumberPrefix {
+  Held value;
+  std::size_t length = 0;
+};
+NumberPrefix parseNumberPrefix(std::string_view text);
+
+/// The number that a whole text stands for; null when it is none.
 Held parseNumber(std::string_view text);
 
 }  // namespace vexo::variant

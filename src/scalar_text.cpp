@@ -37,11 +37,11 @@ bool appendBase64(const VariantBuffer& buffer, TextSink& output) {
   const std::uint64_t encoded = (std::uint64_t{buffer.size} + 2) / 3 * 4;
   if (encoded > std::numeric_limits<unsigned int>::max()) return false;
   auto length = static_cast<unsigned int>(encoded);
-  char* const place = output.claim(length);
+  char* const place = output.room(length);
   const unsigned int written =
       vexo::utils::b64(buffer.data, buffer.size, reinterpret_cast<unsigned char*>(place), length);
   const bool done = written == length && written <= encoded;
-  output.giveBack(static_cast<std::size_t>(encoded) - (done ? written : 0));
+  if (done) output.advanceTo(place + written);
   return done;
 }
 

@@ -3,6 +3,7 @@
 #define VEXO_VARIANT_SRC_SWAR_H
 
 #include <algorithm>
+#include <bit>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -13,24 +14,45 @@ namespace vexo::variant::swar {
 inline constexpr std::uint64_t kOnes = 0x0101010101010101;
 inline constexpr std::uint64_t kHighBits = kOnes << 7;
 
+/// The first byte of the text is the lowest of the number, on every target.
 inline std::uint64_t load(const char* bytes) {
   std::uint64_t word;
   std::memcpy(&word, bytes, sizeof word);
-  return word;
+  return std::endian::native == std::endian::little ? word : __builtin_bswap64(word);
 }
 
 /// Eight times the same byte.
 constexpr std::uint64_t repeat(char c) { return kOnes * static_cast<unsigned char>(c); }
 
-/// Whether any byte is `c`.
-constexpr bool has(std::uint64_t word, char c) {
+// Marks: a number whose lowest set bit is in the first byte that is looked for; 0 when there is
+// none. Bytes behind that one may be marked by mistake.
+
+constexpr std::uint64_t marksOf(std::uint64_t word, char c) {
   const std::uint64_t zeros = word ^ repeat(c);
-  return ((zeros - kOnes) & ~zeros & kHighBits) != 0;
+  return (zeros - kOnes) & ~zeros & kHighBits;
 }
 
-/// Whether any byte is below 0x20.
-constexpr bool hasControl(std::uint64_t word) {
-  return ((word - repeat(' ')) & ~word & kHighBits) != 0;
+/// Marks what is below 0x20.
+constexpr std::uint64_t marksOfControls(std::uint64_t word) {
+  return (word - repeat(' ')) & ~word & kHighBits;
+}
+
+/// Which byte is the first with a mark; there must be one.
+constexpr std::size_t firstMark(std::uint64_t marks) {
+  return static_cast<std::size_t>(std::countr_zero(marks)) / 8;
+}
+
+/// Whether all bytes are decimal digits.
+constexpr bool areDigits(std::uint64_t word) {
+  constexpr std::uint64_t kHighHalves = kOnes * 0xF0;
+  return ((word & kHighHalves) | ((word + kOnes * 6) & kHighHalves) >> 4) == repeat('3');
+}
+
+/// The number that eight digits stand for: neighbours are joined to pairs, to fours, to one.
+constexpr std::uint64_t numberOf(std::uint64_t digits) {
+  digits = (digits & kOnes * 0x0F) * (1 + (10 << 8)) >> 8;
+  digits = (digits & 0x00FF00FF00FF00FF) * (1 + (100 << 16)) >> 16;
+  return (digits & 0x0000FFFF0000FFFF) * (1 + (std::uint64_t{10000} << 32)) >> 32;
 }
 
 /// How many bytes two texts have in common at their beginning.

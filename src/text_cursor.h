@@ -17,14 +17,16 @@ namespace vexo::variant {
 /// first failure; what fails returns false.
 class TextCursor {
  public:
-  TextCursor(const char* data, std::size_t length) : data_(data), length_(length) {}
+  TextCursor(const char* data, std::size_t length)
+      : data_(data), here_(data), end_(data + length) {}
 
-  bool atEnd() const { return position_ == length_; }
-  char peek() const { return data_[position_]; }
+  bool atEnd() const { return here_ == end_; }
+  char peek() const { return *here_; }
   bool at(char c) const { return !atEnd() && peek() == c; }
-  void advance(std::size_t count = 1) { position_ += count; }
-  std::size_t position() const { return position_; }
-  std::string_view rest() const { return {data_ + position_, length_ - position_}; }
+  void advance(std::size_t count = 1) { here_ += count; }
+  std::size_t position() const { return static_cast<std::size_t>(here_ - data_); }
+  std::size_t left() const { return static_cast<std::size_t>(end_ - here_); }
+  std::string_view rest() const { return {here_, left()}; }
 
   std::size_t errorOffset() const { return errorOffset_; }
   const char* reason() const { return reason_; }
@@ -36,7 +38,7 @@ class TextCursor {
     }
     return false;
   }
-  bool fail(const char* reason) { return failAt(position_, reason); }
+  bool fail(const char* reason) { return failAt(position(), reason); }
 
   /// Steps over white space and comments.
   bool skipGap() {
@@ -47,23 +49,12 @@ class TextCursor {
   /// Reads the string whose opening quote is here. The text is a part of the input, or, where it
   /// has escapes, is decoded into `scratch`.
   bool readQuoted(std::string& scratch, std::string_view& text) {
-    const std::size_t start = position_++;
-    const std::size_t first = position_;
+    const char* const first = here_ + 1;
+    advance();
     skipPlain();
-    if (at('"')) {
-      text = {data_ + first, position_++ - first};
-      return true;
-    }
-    scratch.assign(data_ + first, position_ - first);
-    while (!atEnd() && peek() == '\\') {
-      if (!readEscape(scratch)) return false;
-      const std::size_t plain = position_;
-      skipPlain();
-      scratch.append(data_ + plain, position_ - plain);
-    }
-    if (atEnd()) return failAt(start, "expected '\"' to end the string that begins here");
-    ++position_;
-    text = scratch;
+    if (!at('"')) return readEscaped(first, scratch, text);
+    text = {first, static_cast<std::size_t>(here_ - first)};
+    advance();
     return true;
   }
 
@@ -81,7 +72,7 @@ class TextCursor {
     return static_cast<ByteClass>(kClasses[static_cast<unsigned char>(c)]);
   }
 
-  bool skipLongGap() {
+  [[gnu::noinline]] bool skipLongGap() {
     for (;;) {
       skipBlanks();
       if (atEnd()) return true;
@@ -90,18 +81,24 @@ class TextCursor {
     }
   }
 
-  /// Indentation is runs of spaces: eight at a time.
   void skipBlanks() {
     while (!atEnd() && classOf(peek()) == kBlank) {
-      ++position_;
-      while (length_ - position_ >= 8 && swar::load(data_ + position_) == swar::repeat(' ')) {
-        position_ += 8;
-      }
+      advance();
+      skipSpaces();
+    }
+  }
+
+  /// Indentation is runs of spaces: eight at a time, as long as there are eight bytes.
+  void skipSpaces() {
+    while (left() >= sizeof(std::uint64_t)) {
+      const std::uint64_t others = swar::load(here_) ^ swar::repeat(' ');
+      if (others != 0) return advance(swar::firstMark(others));
+      advance(sizeof others);
     }
   }
 
   bool skipComment() {
-    const std::size_t start = position_;
+    const std::size_t start = position();
     if (peek() == '#' || rest().substr(0, 2) == "//") {
       return skipPast("\n", start, 1, "expected a line feed to end the comment that begins here");
     }
@@ -114,18 +111,37 @@ class TextCursor {
   bool skipPast(std::string_view mark, std::size_t start, std::size_t from, const char* reason) {
     const std::size_t found = rest().find(mark, from);
     if (found == std::string_view::npos) return failAt(start, reason);
-    position_ += found + mark.size();
+    advance(found + mark.size());
     return true;
   }
 
   /// Steps to the next quote or backslash, eight bytes at a time.
   void skipPlain() {
-    while (length_ - position_ >= sizeof(std::uint64_t)) {
-      const std::uint64_t bytes = swar::load(data_ + position_);
-      if (swar::has(bytes, '"') || swar::has(bytes, '\\')) break;
-      position_ += sizeof bytes;
+    for (; left() >= sizeof(std::uint64_t); advance(sizeof(std::uint64_t))) {
+      const std::uint64_t bytes = swar::load(here_);
+      const std::uint64_t marks = swar::marksOf(bytes, '"') | swar::marksOf(bytes, '\\');
+      if (marks != 0) return advance(swar::firstMark(marks));
     }
-    while (!atEnd() && peek() != '"' && peek() != '\\') ++position_;
+    while (!atEnd() && peek() != '"' && peek() != '\\') advance();
+  }
+
+  /// Goes on with a string that begins at `first` and is plain up to here.
+  [[gnu::noinline]] bool readEscaped(const char* first, std::string& scratch,
+                                     std::string_view& text) {
+    scratch.assign(first, here_);
+    while (at('\\')) {
+      if (!readEscape(scratch)) return false;
+      const char* const plain = here_;
+      skipPlain();
+      scratch.append(plain, here_);
+    }
+    if (atEnd()) {
+      const auto quote = static_cast<std::size_t>(first - data_) - 1;
+      return failAt(quote, "expected '\"' to end the string that begins here");
+    }
+    advance();
+    text = scratch;
+    return true;
   }
 
   bool readEscape(std::string& output) {
@@ -137,13 +153,13 @@ class TextCursor {
       return fail(R"(expected one of the escapes \b \f \n \r \t \" \\ \/)");
     }
     output += kBytes[letter];
-    position_ += 2;
+    advance(2);
     return true;
   }
 
   const char* data_;
-  std::size_t length_;
-  std::size_t position_ = 0;
+  const char* here_;
+  const char* end_;
   std::size_t errorOffset_ = 0;
   const char* reason_ = nullptr;
 };

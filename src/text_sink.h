@@ -21,22 +21,28 @@ class TextSink {
   TextSink& operator=(const TextSink&) = delete;
   ~TextSink() { output_.resize(size_); }
 
-  /// The place for `count` more bytes, which the caller writes.
-  char* claim(std::size_t count) {
+  /// The place for the next bytes, with room for `count`. What was written there becomes text with
+  /// advanceTo().
+  char* room(std::size_t count) {
     if (output_.size() - size_ < count) [[unlikely]]
       grow(count);
-    char* const place = output_.data() + size_;
-    size_ += count;
-    return place;
+    return output_.data() + size_;
   }
-  /// Takes back the last bytes of what was claimed.
-  void giveBack(std::size_t count) { size_ -= count; }
+  void advanceTo(const char* end) { size_ = static_cast<std::size_t>(end - output_.data()); }
 
-  void put(char c) { *claim(1) = c; }
-  void put(std::string_view text) {
-    if (!text.empty()) std::memcpy(claim(text.size()), text.data(), text.size());
+  void put(char c) {
+    *room(1) = c;
+    ++size_;
   }
-  void fill(std::size_t count, char c) { std::memset(claim(count), c, count); }
+  void put(std::string_view text) {
+    if (text.empty()) return;
+    std::memcpy(room(text.size()), text.data(), text.size());
+    size_ += text.size();
+  }
+  void fill(std::size_t count, char c) {
+    std::memset(room(count), c, count);
+    size_ += count;
+  }
 
  private:
   __attribute__((noinline)) void grow(std::size_t count) {

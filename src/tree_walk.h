@@ -57,10 +57,12 @@ struct TreeVisitor {
 template <class Value, class Visitor>
 bool walkTree(Value& root, Visitor& visitor) {
   using Map = typename Visitor::Map;
+  using Numeric = decltype(std::declval<Map&>().numericKeys.firstRun());
+  using String = decltype(std::declval<Map&>().stringKeys.firstRun());
   struct Frame {
     Map* map;
-    decltype(std::declval<Map&>().numericKeys.begin()) numeric;
-    decltype(std::declval<Map&>().stringKeys.begin()) string;
+    Numeric numeric;  // what is left of the run that is being visited
+    String string;
     bool inStrings;
     typename Visitor::Mark mark;
   };
@@ -71,7 +73,7 @@ bool walkTree(Value& root, Visitor& visitor) {
     Map& map = mapOf(value);
     typename Visitor::Mark mark{};
     if (!visitor.enter(value, map, mark)) return Result::kStopped;
-    frames.push({&map, map.numericKeys.begin(), map.stringKeys.begin(), false, mark});
+    frames.push({&map, map.numericKeys.firstRun(), map.stringKeys.firstRun(), false, mark});
     return Result::kOpened;
   };
   const auto visit = [&](Value& value) {
@@ -86,23 +88,26 @@ bool walkTree(Value& root, Visitor& visitor) {
     }
   };
   // Goes on to the next map among the members, which becomes the innermost frame.
-  const auto visitUpToMap = [&](Frame& frame, auto& next, const auto end) {
-    Result result = Result::kDone;
-    while (result == Result::kDone && next != end) {
-      auto& member = *next++;
-      if (!announce(frame, member.first, member.second)) return Result::kStopped;
-      result = visit(member.second);
+  const auto visitUpToMap = [&](Frame& frame, auto& run, auto& members) {
+    while (run.end != nullptr) {
+      while (run.begin != run.end) {
+        auto& member = *run.begin++;
+        if (!announce(frame, member.first, member.second)) return Result::kStopped;
+        const Result result = visit(member.second);
+        if (result != Result::kDone) return result;
+      }
+      run = members.runAfter(run);
     }
-    return result;
+    return Result::kDone;
   };
   const auto visitNumeric = [&](Frame& frame) {
     if (Visitor::kStringsOnly) return Result::kDone;
-    return visitUpToMap(frame, frame.numeric, frame.map->numericKeys.end());
+    return visitUpToMap(frame, frame.numeric, frame.map->numericKeys);
   };
   const auto visitStrings = [&](Frame& frame) {
     if (!frame.inStrings && !visitor.strings(frame.mark, *frame.map)) return Result::kStopped;
     frame.inStrings = true;
-    return visitUpToMap(frame, frame.string, frame.map->stringKeys.end());
+    return visitUpToMap(frame, frame.string, frame.map->stringKeys);
   };
   const auto visitMembers = [&](Frame& frame) {
     const Result first = Visitor::kStringsFirst ? visitStrings(frame) : visitNumeric(frame);

@@ -26,27 +26,28 @@ struct TypeInfo {
   std::uint32_t code;
   const char* name;
   std::uint8_t binBody;  ///< the most bytes that the BIN body of an inline type takes
+  std::uint8_t width;    ///< the bytes of the integer in the payload; 0 where there is none
 };
 
 /// Indexed by the ordinal, the low byte of the code.
-constexpr std::array<TypeInfo, 18> kTypes{{{0, "unknown", 0},
-                                           {V_NULL, "NULL", 0},
-                                           {0, "unknown", 0},
-                                           {V_BOOL, "BOOL", 1},
-                                           {V_INT8, "INT8", 1},
-                                           {V_INT16, "INT16", 2},
-                                           {V_INT32, "INT32", 4},
-                                           {V_INT64, "INT64", 8},
-                                           {V_UINT8, "UINT8", 1},
-                                           {V_UINT16, "UINT16", 3},
-                                           {V_UINT32, "UINT32", 5},
-                                           {V_UINT64, "UINT64", 8},
-                                           {V_DOUBLE, "DOUBLE", 8},
-                                           {V_TIMESTAMP, "TIMESTAMP", 12},
-                                           {V_STRING, "STRING", 0},
-                                           {V_BINARY, "BINARY", 0},
-                                           {V_MAP, "MAP", 0},
-                                           {V_TYPED_MAP, "TYPED_MAP", 0}}};
+constexpr std::array<TypeInfo, 18> kTypes{{{0, "unknown", 0, 0},
+                                           {V_NULL, "NULL", 0, 0},
+                                           {0, "unknown", 0, 0},
+                                           {V_BOOL, "BOOL", 1, 1},
+                                           {V_INT8, "INT8", 1, 1},
+                                           {V_INT16, "INT16", 2, 2},
+                                           {V_INT32, "INT32", 4, 4},
+                                           {V_INT64, "INT64", 8, 8},
+                                           {V_UINT8, "UINT8", 1, 1},
+                                           {V_UINT16, "UINT16", 3, 2},
+                                           {V_UINT32, "UINT32", 5, 4},
+                                           {V_UINT64, "UINT64", 8, 8},
+                                           {V_DOUBLE, "DOUBLE", 8, 0},
+                                           {V_TIMESTAMP, "TIMESTAMP", 12, 0},
+                                           {V_STRING, "STRING", 0, 0},
+                                           {V_BINARY, "BINARY", 0, 0},
+                                           {V_MAP, "MAP", 0, 0},
+                                           {V_TYPED_MAP, "TYPED_MAP", 0, 0}}};
 
 /// The entry of a type that a value can have, or null.
 constexpr const TypeInfo* findType(std::uint32_t code) {

@@ -2,6 +2,7 @@
 #ifndef VEXO_VARIANT_SRC_VARIANT_ACCESS_H
 #define VEXO_VARIANT_SRC_VARIANT_ACCESS_H
 
+#include <bit>
 #include <cstdint>
 #include <cstring>
 #include <memory>
@@ -101,30 +102,27 @@ inline void replace(Variant& value, const Held& held) {
   put(value, held);
 }
 
+/// The bits of a payload that an integer of `width` bytes does not take.
+constexpr unsigned unusedBits(std::uint8_t width) { return 64 - 8 * unsigned{width}; }
+constexpr bool kIntegersComeFirst = std::endian::native == std::endian::big;
+
 /// The integer of a null, boolean or integer value, extended to 64 bits by its own signedness.
 /// Any other type gives 0.
 inline std::uint64_t integerBits(std::uint32_t type, const Payload& payload) {
-  const auto extend = [](std::int64_t value) { return static_cast<std::uint64_t>(value); };
-  switch (type) {
-    case V_BOOL:
-    case V_UINT8:
-      return load<std::uint8_t>(payload);
-    case V_INT8:
-      return extend(load<std::int8_t>(payload));
-    case V_INT16:
-      return extend(load<std::int16_t>(payload));
-    case V_INT32:
-      return extend(load<std::int32_t>(payload));
-    case V_UINT16:
-      return load<std::uint16_t>(payload);
-    case V_UINT32:
-      return load<std::uint32_t>(payload);
-    case V_INT64:
-    case V_UINT64:
-      return load<std::uint64_t>(payload);
-    default:
-      return 0;
-  }
+  const TypeInfo* info = findType(type);
+  if (info == nullptr || info->width == 0) return 0;
+  const unsigned unused = unusedBits(info->width);
+  const std::uint64_t bits = load<std::uint64_t>(payload) << (kIntegersComeFirst ? 0 : unused);
+  return isSignedInteger(type)
+             ? static_cast<std::uint64_t>(static_cast<std::int64_t>(bits) >> unused)
+             : bits >> unused;
+}
+
+/// A value of an integer type from the low bits of an integer.
+inline Held holdInteger(std::uint32_t type, std::uint64_t integer) {
+  const unsigned unused = unusedBits(kTypes[type & 0xFF].width);
+  const std::uint64_t bits = integer << unused;
+  return {type, {kIntegersComeFirst ? bits : bits >> unused}};
 }
 
 inline std::uint64_t integerBits(const Variant& value) {
@@ -146,9 +144,6 @@ Variant* appendMember(Variant& value);
 
 /// The value's record as a map after turning anything else into an empty map.
 VariantMap& ensureMap(Variant& value);
-
-/// `held`, an integer or a double, as Compact would store it.
-Held compacted(const Held& held);
 
 }  // namespace vexo::variant
 

@@ -46,8 +46,9 @@ bool equalLeaves(const Variant& left, const Variant& right) {
 class Comparer : public TreeVisitor<const Variant> {
  public:
   struct Mark {
-    NumericMembers::const_iterator numeric;
-    StringMembers::const_iterator string;
+    const VariantMap* other;
+    NumericMembers::ConstRun numeric;  // what is left of the run that is being followed
+    StringMembers::ConstRun string;
   };
 
   explicit Comparer(const Variant& right) : right_(&right) {}
@@ -60,21 +61,22 @@ class Comparer : public TreeVisitor<const Variant> {
     if (typeOf(left) == V_TYPED_MAP && map.typeName != other.typeName) return false;
     if (map.numericKeys.size() != other.numericKeys.size()) return false;
     if (map.stringKeys.size() != other.stringKeys.size()) return false;
-    mark = {other.numericKeys.begin(), other.stringKeys.begin()};
+    mark = {&other, other.numericKeys.firstRun(), other.stringKeys.firstRun()};
     return true;
   }
   bool numericMember(Mark& mark, std::int64_t key, const Variant&) {
-    return follow(mark.numeric, key);
+    return follow(mark.other->numericKeys, mark.numeric, key);
   }
   bool stringMember(Mark& mark, const std::string& key, const Variant&) {
-    return follow(mark.string, key);
+    return follow(mark.other->stringKeys, mark.string, key);
   }
 
  private:
-  template <class Iterator, class Key>
-  bool follow(Iterator& position, const Key& key) {
-    right_ = &position->second;
-    return position++->first == key;
+  template <class Members, class Key>
+  bool follow(const Members& members, typename Members::ConstRun& run, const Key& key) {
+    if (run.begin == run.end) run = members.runAfter(run);
+    right_ = &run.begin->second;
+    return run.begin++->first == key;
   }
 
   const Variant* right_;

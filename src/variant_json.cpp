@@ -22,7 +22,7 @@ bool readWith(Builder& builder, TextCursor& cursor, bool withGap) {
 }
 
 /// The fast way, which fails without a trace: `target` must be null.
-bool readGathering(TextCursor& cursor, Variant& target, bool wholeText) {
+[[gnu::flatten]] bool readGathering(TextCursor& cursor, Variant& target, bool wholeText) {
   GatheringJsonBuilder builder(wholeText);
   if (!readWith(builder, cursor, wholeText)) return false;
   put(target, builder.take());

@@ -4,6 +4,7 @@
 #include <string_view>
 
 #include "ascii.h"
+#include "compaction.h"
 #include "log_area.h"
 #include "number_text.h"
 #include "pod_stack.h"

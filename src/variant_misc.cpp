@@ -3,6 +3,7 @@
 #include <limits>
 
 #include "ascii.h"
+#include "compaction.h"
 #include "map_or_violation.h"
 #include "number_text.h"
 #include "scalar_text.h"
@@ -38,50 +39,6 @@ void removeIf(StringMembers& members, Match match) {
 }
 
 // --- Compaction ----------------------------------------------------------------------------------
-
-template <class T>
-bool fits(std::uint64_t value) {
-  return value <= static_cast<std::uint64_t>(std::numeric_limits<T>::max());
-}
-
-Held compactUnsigned(std::uint64_t value) {
-  if (fits<std::int8_t>(value)) return hold(static_cast<std::int8_t>(value));
-  if (fits<std::uint8_t>(value)) return hold(static_cast<std::uint8_t>(value));
-  if (fits<std::int16_t>(value)) return hold(static_cast<std::int16_t>(value));
-  if (fits<std::uint16_t>(value)) return hold(static_cast<std::uint16_t>(value));
-  if (fits<std::int32_t>(value)) return hold(static_cast<std::int32_t>(value));
-  if (fits<std::uint32_t>(value)) return hold(static_cast<std::uint32_t>(value));
-  if (fits<std::int64_t>(value)) return hold(static_cast<std::int64_t>(value));
-  return hold(value);
-}
-
-Held compactSigned(std::int64_t value) {
-  if (value > 0) return compactUnsigned(static_cast<std::uint64_t>(value));
-  if (value >= std::numeric_limits<std::int8_t>::min())
-    return hold(static_cast<std::int8_t>(value));
-  if (value >= std::numeric_limits<std::int16_t>::min()) {
-    return hold(static_cast<std::int16_t>(value));
-  }
-  if (value >= std::numeric_limits<std::int32_t>::min()) {
-    return hold(static_cast<std::int32_t>(value));
-  }
-  return hold(value);
-}
-
-/// Only what comes back the same from an integer becomes one: not fractions, NaN or what is too
-/// large.
-Held compactDouble(double value) {
-  constexpr double kSignedEnd = 9223372036854775808.0;     // 2^63
-  constexpr double kUnsignedEnd = 18446744073709551616.0;  // 2^64
-  if (value < 0 && value >= -kSignedEnd) {
-    const auto whole = static_cast<std::int64_t>(value);
-    if (static_cast<double>(whole) == value) return compactSigned(whole);
-  } else if (value >= 0 && value < kUnsignedEnd) {
-    const auto whole = static_cast<std::uint64_t>(value);
-    if (static_cast<double>(whole) == value) return compactUnsigned(whole);
-  }
-  return hold(value);
-}
 
 struct Compactor : TreeVisitor<Variant> {
   bool leaf(Variant& value) {
@@ -184,13 +141,6 @@ Value* followComponent(Value& value, const char* name, unsigned int length, bool
 }
 
 }  // namespace
-
-Held compacted(const Held& held) {
-  if (held.type == V_DOUBLE) return compactDouble(load<double>(held.payload));
-  const std::uint64_t bits = integerBits(held.type, held.payload);
-  if (isSignedInteger(held.type)) return compactSigned(static_cast<std::int64_t>(bits));
-  return isUnsignedInteger(held.type) ? compactUnsigned(bits) : held;
-}
 
 Variant& Variant::Reset() {
   Free();

@@ -5,6 +5,7 @@
 #include <utility>
 #include <vector>
 
+#include "compaction.h"
 #include "log_area.h"
 #include "variant_access.h"
 #include "vexo_parsers/toml.h"

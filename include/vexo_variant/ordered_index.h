@@ -9,6 +9,8 @@
 #include <string>
 #include <string_view>
 
+#include "vexo_variant/byte_order.h"
+
 namespace vexo::variant {
 
 /// How keys of one type are ordered: by `prefix` first, an unsigned number that never contradicts
@@ -30,12 +32,21 @@ template <>
 struct KeyOrder<std::string> {
   using View = std::string_view;
   static constexpr bool kPrefixDecides = false;
+  /// The first eight bytes, with zeros behind a shorter key.
   static std::uint64_t prefix(View key) noexcept {
-    constexpr std::size_t kBytes = sizeof(std::uint64_t);
-    std::uint64_t bits = 0;
-    const std::size_t count = std::min(key.size(), kBytes);
-    for (std::size_t i = 0; i < count; ++i) bits = bits << 8 | static_cast<unsigned char>(key[i]);
-    return count == kBytes ? bits : count == 0 ? 0 : bits << 8 * (kBytes - count);
+    const char* const bytes = key.data();
+    const std::size_t size = key.size();
+    const auto at = [bytes](std::size_t i) {
+      return std::uint64_t{static_cast<unsigned char>(bytes[i])} << (56 - 8 * i);
+    };
+    // Shorter keys are put together from parts that may overlap.
+    if (size >= 8) return detail::loadBigEndian<std::uint64_t>(bytes);
+    if (size >= 4) {
+      return std::uint64_t{detail::loadBigEndian<std::uint32_t>(bytes)} << 32 |
+             std::uint64_t{detail::loadBigEndian<std::uint32_t>(bytes + size - 4)}
+                 << (64 - 8 * size);
+    }
+    return size == 0 ? 0 : at(0) | at(size / 2) | at(size - 1);
   }
 };
 
