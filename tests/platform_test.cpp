@@ -237,7 +237,7 @@ TEST(IOBuffer, IsAQueue) {
   std::uint8_t expected = 0, next = 0;
   for (int i = 0; i < 9000; ++i, ++next) {
     i % 2 == 0 ? buffer.ReadFromRepeat(next, 1) : buffer.ReadFromBuffer(&next, 1);
-    ASSERT_TRUE(i % 3 == 0 || (*buffer.data() == expected++ && buffer.Ignore(1)));
+    ASSERT_TRUE(i % 3 == 0 || (*std::as_const(buffer).data() == expected++ && buffer.Ignore(1)));
   }
   IOBuffer moved = std::move(buffer);  // NOLINTNEXTLINE(bugprone-use-after-move)
   EXPECT_TRUE(buffer.size() == 0 && moved.size() == 3000);

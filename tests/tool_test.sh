@@ -102,6 +102,9 @@ checkAll <<'EOF'
 EOF
 TOOL_RUNNER="env LC_ALL=de_DE.UTF-8 ${TOOL_RUNNER-}" check 0 '' '[1.5]' '[1.500000]\n' -c
 NO_COLOR=1 check 0 '' '[1]' '[\e[36m1\e[0m]\n' '-C -c'
+run get "$(printf '%09000d' 0)" in.json 2> err
+said 'in.json: no member 0*' && [ "$(wc -c < err)" -eq 8192 ]
+verdict "a long message is cut off"
 
 # --- KVP, TOML and AMF, what they lose, diff and check ----
 printf '{"x":1,"m":%.0s' {1..40000} > steep.json && printf '{%040001d' 0 | tr 0 '}' >> steep.json
@@ -143,7 +146,7 @@ checkAll <<'EOF'
 0| *: integers *: 2, first at \[0\]     | [-9007199254740993,9007199254740992,0xffffffffffffffff] || - out.amf
 0| *: arrays *: 1, first at b           | a.0=x\na.1=y\nb.0=x\nb.2=y || - out.amf
 0| *: names *: 1, first at .            | \x10\x11\0\x03cam\0\0 | \x03\0\0\x09 | -o amf
-1|| {"a":2,"b":{"x":[1,2]},"c":-1,"n":null,"x\\ny":0} | - a = 2\n+ a = 1\n- b/x/[1] = 2\n- c = -1\n+ c = 18446744073709551615\n- n = null\n- x?y = 0\n | diff - right.json
+1|| {"a":2,"b":{"x":[1,2]},"c":-1,"n":null,"x\\n~\x7F":0} | - a = 2\n+ a = 1\n- b/x/[1] = 2\n- c = -1\n+ c = 18446744073709551615\n- n = null\n- x?~? = 0\n | diff - right.json
 1|| [{"0":1.23456781},[2]] | - [0] = (MAP)\n+ [0] = (MAP, array)\n- [0]/[0] = (DOUBLE) 1.23456781\n+ [0]/[0] = (DOUBLE) 1.23456782\n- [1] = [2]\n+ [1] = "x"\n | diff - kinds.json
 1|| a = 2026-01-02T03:04:05Z | - a = (TIMESTAMP) "2026-01-02T03:04:05.000000Z"\n+ a = (STRING) "2026-01-02T03:04:05.000000Z"\n | diff - time.kvp
 1|| [2] | - [0] = 2\n+ [0] = 2.500000\n+ [1] = 18446744073709551615\n | diff - numbers.json
