@@ -103,8 +103,10 @@ class DoomedMaps {
   /// Takes the maps out of the members of one map.
   template <class Members>
   void addFrom(Members& members) noexcept {
-    for (auto& member : members) {
-      if (isMap(member.second)) add(vexo::variant::take(member.second).payload.map);
+    for (auto run = members.firstRun(); run.end != nullptr; run = members.runAfter(run)) {
+      for (auto* member = run.begin; member != run.end; ++member) {
+        if (isMap(member->second)) add(vexo::variant::take(member->second).payload.map);
+      }
     }
   }
 
