@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <array>
 #include <cstdint>
-#include <cstring>
 
 #include "log_area.h"
 #include "number_text.h"
@@ -39,6 +38,7 @@ std::uint64_t marksOfEscapes(std::uint64_t bytes) {
 }
 
 constexpr std::size_t kMostEscaped = 2;  // bytes for one
+constexpr std::size_t kAtOnce = sizeof(std::uint64_t);
 
 /// Copies a text with its escapes, eight bytes at a time where there are none. There must be room
 /// for kMostEscaped bytes for each byte, and for eight more. Returns the end.
@@ -46,14 +46,14 @@ char* copyEscaped(std::string_view text, char* out) {
   const char* at = text.data();
   const char* const end = at + text.size();
   while (at != end) {
-    if (end - at >= 8) {
-      const std::uint64_t marks = marksOfEscapes(swar::load(at));
-      const std::size_t plain = marks == 0 ? 8 : swar::firstMark(marks);
-      std::memcpy(out, at, 8);
-      at += plain;
-      out += plain;
-      if (marks == 0) continue;
-    }
+    const std::size_t count = std::min(static_cast<std::size_t>(end - at), kAtOnce);
+    const std::uint64_t bytes = count == kAtOnce ? swar::load(at) : swar::loadPart(at, count);
+    const std::uint64_t marks = marksOfEscapes(bytes);
+    const std::size_t plain = std::min(marks == 0 ? kAtOnce : swar::firstMark(marks), count);
+    swar::store(bytes, out);
+    at += plain;
+    out += plain;
+    if (plain == count) continue;
     const char letter = escapeOf(*at);
     if (letter != 0) *out++ = '\\';
     *out++ = letter != 0 ? letter : *at;
@@ -78,7 +78,10 @@ void JsonWriter::beforeName(const Variant& value) {
   output_.put(") ");
 }
 
-void JsonWriter::afterName() { output_.put(layout_.pretty ? ": " : ":"); }
+void JsonWriter::afterName() {
+  output_.put(':');
+  if (layout_.pretty) output_.put(' ');
+}
 
 void JsonWriter::prefix(const Variant& value, std::string_view name) {
   beforeName(value);
@@ -147,9 +150,8 @@ bool JsonWriter::numericMember(Mark& mark, std::int64_t key, const Variant& valu
   separate(mark);
   beforeName(value);
   if (mark.isArray) return true;
-  NumberBuffer buffer;
   output_.put('"');
-  output_.put(integerText(key, buffer));
+  output_.advanceTo(writeInteger(key, output_.room(kIntegerTextRoom)));
   output_.put('"');
   afterName();
   return true;
@@ -164,22 +166,28 @@ bool JsonWriter::stringMember(Mark& mark, const std::string& key, const Variant&
 }
 
 void JsonWriter::quoted(std::string_view text) {
-  output_.put('"');
   if (layout_.withTypes) {
+    output_.put('"');
     output_.put(text);
+    output_.put('"');
   } else {
     escaped(text);
   }
-  output_.put('"');
 }
 
 void JsonWriter::escaped(std::string_view text) {
-  constexpr std::size_t kAtOnce = 4096;  // so that a long text is not given room for twice its size
-  while (!text.empty()) {
-    const std::string_view part = text.substr(0, kAtOnce);
-    output_.advanceTo(copyEscaped(part, output_.room(kMostEscaped * part.size() + 8)));
+  constexpr std::size_t kPart = 4096;  // so that a long text is not given room for twice its size
+  bool isFirst = true;
+  do {
+    const std::string_view part = text.substr(0, kPart);
     text.remove_prefix(part.size());
-  }
+    char* out = output_.room(kMostEscaped * part.size() + kAtOnce + 2);
+    if (isFirst) *out++ = '"';
+    isFirst = false;
+    out = copyEscaped(part, out);
+    if (text.empty()) *out++ = '"';
+    output_.advanceTo(out);
+  } while (!text.empty());
 }
 
 }  // namespace vexo::variant

@@ -18,9 +18,24 @@ static_assert(std::numeric_limits<double>::is_iec559 && FLT_EVAL_METHOD == 0,
 
 namespace {
 
-std::string_view unsignedText(std::uint64_t value, NumberBuffer& buffer) {
-  const auto result = std::to_chars(std::begin(buffer.chars), std::end(buffer.chars), value);
-  return {buffer.chars, static_cast<std::size_t>(result.ptr - buffer.chars)};
+// --- Integers to text ----------------------------------------------------------------------------
+
+constexpr std::uint64_t kEightDigits = 100000000;
+
+/// Writes a number below 10^8.
+char* writeShort(std::uint32_t value, char* out) {
+  const std::uint64_t digits = swar::digitsOf(value);
+  const std::uint64_t marks = digits ^ swar::repeat('0');
+  const std::size_t zeros = marks == 0 ? 7 : swar::firstMark(marks);
+  swar::store(digits >> (8 * zeros), out);
+  return out + (8 - zeros);
+}
+
+char* writeUnsigned(std::uint64_t value, char* out) {
+  if (value < kEightDigits) return writeShort(static_cast<std::uint32_t>(value), out);
+  out = writeUnsigned(value / kEightDigits, out);
+  swar::store(swar::digitsOf(static_cast<std::uint32_t>(value % kEightDigits)), out);
+  return out + 8;
 }
 
 // --- Doubles to text -----------------------------------------------------------------------------
@@ -60,38 +75,36 @@ Fixed6 roundToMillionths(std::uint64_t mantissa, unsigned shift) {
   return {whole, static_cast<std::uint32_t>(millionths)};
 }
 
-/// Writes exactly six digits.
-char* writeMillionths(char* out, std::uint32_t value) {
-  for (char* digit = out + 6; digit != out; value /= 10) {
-    *--digit = static_cast<char>('0' + value % 10);
-  }
-  return out + 6;
-}
-
 /// "%.6f".
-std::string_view doubleText(double value, NumberBuffer& buffer) {
-  char* const begin = buffer.chars;
-  const auto view = [&](const char* end) {
-    return std::string_view(begin, static_cast<std::size_t>(end - begin));
-  };
+char* writeDouble(double value, char* out) {
   constexpr double kLimit = 4503599627370496.0;  // 2^52: from here on there is no fraction
   if (!(std::fabs(value) < kLimit)) {
-    return view(
-        std::to_chars(begin, std::end(buffer.chars), value, std::chars_format::fixed, 6).ptr);
+    return std::to_chars(out, out + kNumberTextRoom, value, std::chars_format::fixed, 6).ptr;
   }
   const auto bits = std::bit_cast<std::uint64_t>(value);
   const auto biased = static_cast<unsigned>(bits >> 52 & 0x7FF);
   const std::uint64_t fraction = bits & 0xFFFFFFFFFFFFF;
   const std::uint64_t mantissa = biased == 0 ? fraction : fraction | std::uint64_t{1} << 52;
   const Fixed6 fixed = roundToMillionths(mantissa, 1075 - std::max(biased, 1u));
-  char* out = begin;
   if (bits >> 63 != 0) *out++ = '-';
-  out = std::to_chars(out, std::end(buffer.chars), fixed.whole).ptr;
+  out = writeUnsigned(fixed.whole, out);
   *out++ = '.';
-  return view(writeMillionths(out, fixed.millionths));
+  swar::store(swar::digitsOf(fixed.millionths) >> 16, out);  // without the two leading zeros
+  return out + 6;
 }
 
-// --- Text to doubles -----------------------------------------------------------------------------
+// --- Text to numbers -----------------------------------------------------------------------------
+
+/// Reads decimal digits into `number`, modulo 2^64, and returns where they end.
+const char* readDigits(const char* at, const char* end, std::uint64_t& number) {
+  for (; end - at >= 8 && swar::areDigits(swar::load(at)); at += 8) {
+    number = number * kEightDigits + swar::numberOf(swar::load(at));
+  }
+  for (; at != end && ascii::isDigit(*at); ++at) {
+    number = number * 10 + static_cast<std::uint64_t>(*at - '0');
+  }
+  return at;
+}
 
 /// A number without sign of the form "digits", "digits." or "digits.digits": digits * 10^-decimals.
 struct Decimal {
@@ -104,25 +117,15 @@ struct Decimal {
 
   /// Reads up to the first byte that does not fit the form, and tells where that is.
   const char* read(const char* at, const char* end) {
-    at = readDigits(at, end);
+    const char* const begin = at;
+    at = readDigits(at, end, digits);
+    count = static_cast<std::size_t>(at - begin);
     if (at == end || *at != '.') return at;
     hasPoint = true;
-    const std::size_t whole = count;
-    at = readDigits(at + 1, end);
-    decimals = count - whole;
-    return at;
-  }
-
- private:
-  const char* readDigits(const char* const begin, const char* end) {
-    const char* at = begin;
-    for (; end - at >= 8 && swar::areDigits(swar::load(at)); at += 8) {
-      digits = digits * 100000000 + swar::numberOf(swar::load(at));
-    }
-    for (; at != end && ascii::isDigit(*at); ++at) {
-      digits = digits * 10 + static_cast<std::uint64_t>(*at - '0');
-    }
-    count += static_cast<std::size_t>(at - begin);
+    const char* const fraction = at + 1;
+    at = readDigits(fraction, end, digits);
+    decimals = static_cast<std::size_t>(at - fraction);
+    count += decimals;
     return at;
   }
 };
@@ -271,18 +274,18 @@ unsigned detectBase(std::string_view text) {
 
 }  // namespace
 
-std::string_view integerText(std::int64_t value, NumberBuffer& buffer) {
-  const auto result = std::to_chars(std::begin(buffer.chars), std::end(buffer.chars), value);
-  return {buffer.chars, static_cast<std::size_t>(result.ptr - buffer.chars)};
+char* writeInteger(std::int64_t value, char* out) {
+  if (value >= 0) return writeUnsigned(static_cast<std::uint64_t>(value), out);
+  *out = '-';
+  return writeUnsigned(0 - static_cast<std::uint64_t>(value), out + 1);
 }
 
-std::string_view numberText(const Variant& value, NumberBuffer& buffer) {
+char* writeNumber(const Variant& value, char* out) {
   const std::uint32_t type = typeOf(value);
-  if (type == V_DOUBLE) return doubleText(load<double>(payloadOf(value)), buffer);
-  if (isSignedInteger(type)) {
-    return integerText(static_cast<std::int64_t>(integerBits(value)), buffer);
-  }
-  return unsignedText(integerBits(value), buffer);
+  if (type == V_DOUBLE) return writeDouble(load<double>(payloadOf(value)), out);
+  const std::uint64_t bits = integerBits(value);
+  return isSignedInteger(type) ? writeInteger(static_cast<std::int64_t>(bits), out)
+                               : writeUnsigned(bits, out);
 }
 
 IntegerPrefix parseIntegerPrefix(std::string_view text, unsigned base) {
@@ -298,9 +301,8 @@ IntegerPrefix parseIntegerPrefix(std::string_view text, unsigned base) {
   for (; at < text.size(); ++at) {
     const unsigned digit = ascii::digitValue(text[at]);
     if (digit >= base) break;
-    const std::uint64_t limit = (std::numeric_limits<std::uint64_t>::max() - digit) / base;
-    number.overflow |= number.magnitude > limit;
-    number.magnitude = number.magnitude * base + digit;
+    number.overflow |= __builtin_mul_overflow(number.magnitude, base, &number.magnitude);
+    number.overflow |= __builtin_add_overflow(number.magnitude, digit, &number.magnitude);
     number.end = text.data() + at + 1;
   }
   return number;
@@ -319,9 +321,15 @@ std::uint64_t clampUnsigned(const IntegerPrefix& number) {
 }
 
 bool parseIntegerName(std::string_view text, std::int64_t& value) {
-  if (text.empty() || !(ascii::isDigit(text.back()))) return false;
+  if (text.empty() || !ascii::isDigit(text.back())) return false;
+  const char* const end = text.data() + text.size();
+  std::uint64_t digits = 0;
+  if (text.size() < Decimal::kMaxDigits && readDigits(text.data(), end, digits) == end) {
+    value = static_cast<std::int64_t>(digits);
+    return true;
+  }
   const IntegerPrefix number = parseIntegerPrefix(text, 10);
-  if (number.end != text.data() + text.size()) return false;
+  if (number.end != end) return false;
   value = clampSigned(number);
   return true;
 }

@@ -10,15 +10,25 @@
 
 namespace vexo::variant {
 
-/// Room for the text of any number: the greatest double has 309 digits before the point.
-struct NumberBuffer {
-  char chars[328];
-};
+/// Room for the text of any integer, and of any number: the greatest double has 309 digits before
+/// the point.
+inline constexpr std::size_t kIntegerTextRoom = 24;
+inline constexpr std::size_t kNumberTextRoom = 328;
 
-/// The text of an integer ("%lld", "%llu") or double ("%.6f") value.
-std::string_view numberText(const Variant& value, NumberBuffer& buffer);
+/// Writes an integer as "%lld" where there is kIntegerTextRoom; returns the end.
+char* writeInteger(std::int64_t value, char* out);
+/// Writes an integer ("%lld", "%llu") or double ("%.6f") value where there is kNumberTextRoom, for
+/// an integer kIntegerTextRoom; returns the end.
+char* writeNumber(const Variant& value, char* out);
+
+struct IntegerBuffer {
+  char chars[kIntegerTextRoom];
+};
 /// A key as "%lld".
-std::string_view integerText(std::int64_t value, NumberBuffer& buffer);
+inline std::string_view integerText(std::int64_t value, IntegerBuffer& buffer) {
+  return {buffer.chars,
+          static_cast<std::size_t>(writeInteger(value, buffer.chars) - buffer.chars)};
+}
 
 /// What strtoll and strtoull find at the start of a text.
 struct IntegerPrefix {

@@ -49,8 +49,8 @@ bool appendScalarText(const Variant& value, TextSink& output) {
   const std::uint32_t type = typeOf(value);
   const Payload& payload = payloadOf(value);
   if (isNumericType(type)) {
-    NumberBuffer buffer;
-    output.put(numberText(value, buffer));
+    const std::size_t room = type == V_DOUBLE ? kNumberTextRoom : kIntegerTextRoom;
+    output.advanceTo(writeNumber(value, output.room(room)));
     return true;
   }
   switch (type) {

@@ -9,16 +9,37 @@
 #include <cstring>
 #include <string_view>
 
+#include "vexo_variant/byte_order.h"
+
 namespace vexo::variant::swar {
 
 inline constexpr std::uint64_t kOnes = 0x0101010101010101;
 inline constexpr std::uint64_t kHighBits = kOnes << 7;
 
 /// The first byte of the text is the lowest of the number, on every target.
-inline std::uint64_t load(const char* bytes) {
-  std::uint64_t word;
+template <class Word = std::uint64_t>
+Word load(const char* bytes) {
+  Word word;
   std::memcpy(&word, bytes, sizeof word);
-  return std::endian::native == std::endian::little ? word : __builtin_bswap64(word);
+  return std::endian::native == std::endian::little ? word : detail::reversed(word);
+}
+
+/// The reverse of load().
+inline void store(std::uint64_t word, char* bytes) {
+  if (std::endian::native != std::endian::little) word = detail::reversed(word);
+  std::memcpy(bytes, &word, sizeof word);
+}
+
+/// Like load() of fewer than eight bytes; the bytes behind them are 0.
+inline std::uint64_t loadPart(const char* bytes, std::size_t count) {
+  if (count >= 4) {  // two parts that may overlap
+    return load<std::uint32_t>(bytes) |
+           std::uint64_t{load<std::uint32_t>(bytes + count - 4)} << (8 * (count - 4));
+  }
+  const auto at = [bytes](std::size_t i) {
+    return std::uint64_t{static_cast<unsigned char>(bytes[i])} << (8 * i);
+  };
+  return count == 0 ? 0 : at(0) | at(count / 2) | at(count - 1);
 }
 
 /// Eight times the same byte.
@@ -53,6 +74,15 @@ constexpr std::uint64_t numberOf(std::uint64_t digits) {
   digits = (digits & kOnes * 0x0F) * (1 + (10 << 8)) >> 8;
   digits = (digits & 0x00FF00FF00FF00FF) * (1 + (100 << 16)) >> 16;
   return (digits & 0x0000FFFF0000FFFF) * (1 + (std::uint64_t{10000} << 32)) >> 32;
+}
+
+/// The reverse of numberOf, for a number below 10^8: the digits as text, leading zeros included.
+constexpr std::uint64_t digitsOf(std::uint32_t number) {
+  const std::uint64_t fours = number / 10000 | std::uint64_t{number % 10000} << 32;
+  const std::uint64_t hundreds = (fours * 5243 >> 19) & 0x0000007F0000007F;  // fours / 100
+  const std::uint64_t pairs = hundreds | (fours - hundreds * 100) << 16;
+  const std::uint64_t tens = (pairs * 103 >> 10) & 0x000F000F000F000F;  // pairs / 10
+  return (tens | (pairs - tens * 10) << 8) | repeat('0');
 }
 
 /// How many bytes two texts have in common at their beginning.

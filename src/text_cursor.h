@@ -42,7 +42,11 @@ class TextCursor {
 
   /// Steps over white space and comments.
   bool skipGap() {
-    if (!atEnd() && classOf(peek()) == kOther) return true;
+    const std::size_t spaces = at(' ') ? 1 : 0;  // there is seldom more than one
+    if (left() > spaces && classOf(here_[spaces]) == kOther) {
+      advance(spaces);
+      return true;
+    }
     return skipLongGap();
   }
 
@@ -74,27 +78,26 @@ class TextCursor {
 
   [[gnu::noinline]] bool skipLongGap() {
     for (;;) {
-      skipBlanks();
+      here_ = endOfBlanks(here_, end_);
       if (atEnd()) return true;
       if (classOf(peek()) == kOther) return true;
       if (!skipComment()) return false;
     }
   }
 
-  void skipBlanks() {
-    while (!atEnd() && classOf(peek()) == kBlank) {
-      advance();
-      skipSpaces();
-    }
+  static const char* endOfBlanks(const char* at, const char* end) {
+    while (at != end && classOf(*at) == kBlank) at = endOfSpaces(at + 1, end);
+    return at;
   }
 
   /// Indentation is runs of spaces: eight at a time, as long as there are eight bytes.
-  void skipSpaces() {
-    while (left() >= sizeof(std::uint64_t)) {
-      const std::uint64_t others = swar::load(here_) ^ swar::repeat(' ');
-      if (others != 0) return advance(swar::firstMark(others));
-      advance(sizeof others);
+  static const char* endOfSpaces(const char* at, const char* end) {
+    while (end - at >= 8) {
+      const std::uint64_t others = swar::load(at) ^ swar::repeat(' ');
+      if (others != 0) return at + swar::firstMark(others);
+      at += 8;
     }
+    return at;
   }
 
   bool skipComment() {

@@ -16,45 +16,54 @@ namespace vexo::variant {
 /// too.
 class TextSink {
  public:
-  explicit TextSink(std::string& output) : output_(output), size_(output.size()) {}
+  explicit TextSink(std::string& output) : output_(output) { setPointers(output.size()); }
   TextSink(const TextSink&) = delete;
   TextSink& operator=(const TextSink&) = delete;
-  ~TextSink() { output_.resize(size_); }
+  ~TextSink() { output_.resize(size()); }
 
   /// The place for the next bytes, with room for `count`. What was written there becomes text with
   /// advanceTo().
   char* room(std::size_t count) {
-    if (output_.size() - size_ < count) [[unlikely]]
+    if (static_cast<std::size_t>(end_ - here_) < count) [[unlikely]]
       grow(count);
-    return output_.data() + size_;
+    return here_;
   }
-  void advanceTo(const char* end) { size_ = static_cast<std::size_t>(end - output_.data()); }
+  void advanceTo(char* end) { here_ = end; }
 
   void put(char c) {
     *room(1) = c;
-    ++size_;
+    ++here_;
   }
   void put(std::string_view text) {
     if (text.empty()) return;
     std::memcpy(room(text.size()), text.data(), text.size());
-    size_ += text.size();
+    here_ += text.size();
   }
   void fill(std::size_t count, char c) {
     std::memset(room(count), c, count);
-    size_ += count;
+    here_ += count;
   }
 
  private:
+  std::size_t size() const { return static_cast<std::size_t>(here_ - output_.data()); }
+  void setPointers(std::size_t size) {
+    here_ = output_.data() + size;
+    end_ = output_.data() + output_.size();
+  }
+
   __attribute__((noinline)) void grow(std::size_t count) {
     constexpr std::size_t kFirst = 240;
+    const std::size_t size = this->size();
     const std::size_t largest = output_.max_size();
-    if (count > largest - size_) throw std::bad_alloc();
-    const std::size_t ample = size_ > largest / 2 ? largest : std::max(2 * size_, kFirst);
-    output_.resize(std::max(size_ + count, ample));
+    if (count > largest - size) throw std::bad_alloc();
+    const std::size_t ample = size > largest / 2 ? largest : std::max(2 * size, kFirst);
+    output_.resize(std::max(size + count, ample));
+    setPointers(size);
   }
 
   std::string& output_;
-  std::size_t size_;
+  char* here_;  // where the next byte goes
+  char* end_;   // of the room
 };
 
 }  // namespace vexo::variant

@@ -110,7 +110,7 @@ class AmfPass : public TreeVisitor<const Variant> {
   }
   bool stringMember(Mark& mark, const std::string& key, const Variant&) { return name(mark, key); }
   bool numericMember(Mark& mark, std::int64_t key, const Variant&) {
-    NumberBuffer buffer;
+    IntegerBuffer buffer;
     return mark.isArray || name(mark, integerText(key, buffer));
   }
   bool leave(Mark& mark, const VariantMap&) {

@@ -10,7 +10,7 @@ namespace {
 
 template <class T>
 Variant& assignInline(Variant& target, T value) noexcept {
-  target.Free();
+  if (isHeapType(typeOf(target))) target.Free();
   put(target, hold(value));
   return target;
 }

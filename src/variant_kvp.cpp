@@ -50,7 +50,7 @@ class KvpWriter : public TreeVisitor<const Variant> {
     return true;
   }
   bool numericMember(Mark& mark, std::int64_t key, const Variant&) {
-    NumberBuffer buffer;
+    IntegerBuffer buffer;
     extendPath(mark, integerText(key, buffer));
     return true;
   }

@@ -51,7 +51,7 @@ struct Compactor : TreeVisitor<Variant> {
 
 /// Moves the integer-keyed members to string keys.
 void stringifyKeysOf(VariantMap& map) {
-  NumberBuffer buffer;
+  IntegerBuffer buffer;
   for (auto& member : map.numericKeys) {
     Variant& target = map.stringKeys.try_emplace(integerText(member.first, buffer)).first->second;
     target = std::move(member.second);

@@ -68,10 +68,10 @@ class NumberText : public testing::Test {
   }
 
   static void checkWritten(double value) {
-    NumberBuffer buffer;
-    char expected[sizeof buffer.chars];
+    char written[kNumberTextRoom];
+    char expected[sizeof written];
     std::snprintf(expected, sizeof expected, "%.6f", value);
-    ASSERT_EQ(numberText(value, buffer), expected);
+    ASSERT_EQ(std::string_view(written, writeNumber(value, written)), expected);
   }
 
   std::size_t pick(std::size_t count) { return static_cast<std::size_t>(random_() % count); }

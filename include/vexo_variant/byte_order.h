@@ -7,11 +7,10 @@
 
 namespace vexo::variant::detail {
 
-/// An unsigned number with its bytes in the other order where the target's order is not big-endian;
-/// so both from a number to its big-endian form and back.
+/// An unsigned number with its bytes in the other order.
 template <class T>
-T bigEndian(T value) noexcept {
-  if constexpr (sizeof(T) == 1 || __BYTE_ORDER__ == __ORDER_BIG_ENDIAN__) {
+T reversed(T value) noexcept {
+  if constexpr (sizeof(T) == 1) {
     return value;
   } else if constexpr (sizeof(T) == 2) {
     return __builtin_bswap16(value);
@@ -21,6 +20,12 @@ T bigEndian(T value) noexcept {
     static_assert(sizeof(T) == 8);
     return __builtin_bswap64(value);
   }
+}
+
+/// From a number to its big-endian form, and back.
+template <class T>
+T bigEndian(T value) noexcept {
+  return __BYTE_ORDER__ == __ORDER_BIG_ENDIAN__ ? value : reversed(value);
 }
 
 template <class T>

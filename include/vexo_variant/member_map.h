@@ -128,9 +128,12 @@ class MemberMap {
     if (highest == nullptr || View(highest->first) < View(key)) {
       return {{this, insertAtEnd(std::forward<K>(key), std::forward<Args>(args)...)}, true};
     }
-    value_type* const below = floor(View(key));
+    Place place;
+    value_type* const below = floor(View(key), place);
     if (below != nullptr && View(below->first) == View(key)) return {{this, below}, false};
-    return {{this, insertInside(below, std::forward<K>(key), std::forward<Args>(args)...)}, true};
+    value_type* const element =
+        insertInside(below, place, std::forward<K>(key), std::forward<Args>(args)...);
+    return {{this, element}, true};
   }
   template <class K, class... Args>
   std::pair<iterator, bool> emplace(K&& key, Args&&... args) {
@@ -176,8 +179,8 @@ class MemberMap {
   };
   using Run = RunOf<value_type>;
   using ConstRun = RunOf<const value_type>;
-  Run firstRun() noexcept { return runFrom(first()); }
-  ConstRun firstRun() const noexcept { return constant(runFrom(first())); }
+  Run firstRun() noexcept { return runFromFirst(); }
+  ConstRun firstRun() const noexcept { return constant(runFromFirst()); }
   /// The elements behind those of a run, of which only `end` matters.
   Run runAfter(const Run& run) noexcept { return runBehind(run.end - 1); }
   ConstRun runAfter(const ConstRun& run) const noexcept { return constant(runBehind(run.end - 1)); }
@@ -235,7 +238,11 @@ class MemberMap {
     value_type* first;
     std::uint32_t start;
     std::uint32_t capacity;
+    value_type* end() const noexcept { return first + capacity; }
   };
+
+  using Index = OrderedIndex<Key, value_type>;
+  using Place = typename Index::Place;
 
   /// The neighbours of a slot in key order, as positions; for a slot on the free list only `next`.
   struct Link {
@@ -250,9 +257,17 @@ class MemberMap {
     std::uint32_t freeSlot = kNone;
     std::uint32_t firstSlot = kNone;  // with an index: the ends of the chain
     std::uint32_t lastSlot = kNone;
+    value_type* usedEnd;   // behind the last used slot
+    value_type* blockEnd;  // of the block that this slot is in
     std::vector<Block> blocks;
     std::vector<Link> links;  // with an index: one for every slot of all blocks
-    OrderedIndex<Key, value_type> index;
+    Index index;
+
+    Spread(Header* only) : Header{only->size, 0}, used(only->size) {
+      blocks.push_back({elementsOf(only), 0, only->capacity});
+      usedEnd = blocks.back().first + used;
+      blockEnd = blocks.back().end();
+    }
 
     bool indexed() const noexcept { return !index.empty(); }
     std::uint32_t capacityOfBlocks() const noexcept {
@@ -267,18 +282,34 @@ class MemberMap {
       const Block& block = blockOf(position);
       return block.first + (position - block.start);
     }
-    std::uint32_t positionOf(const value_type* element) const noexcept {
-      for (std::size_t i = blocks.size();;) {
-        const Block& block = blocks[--i];
-        const std::uintptr_t offset = reinterpret_cast<std::uintptr_t>(element) -
-                                      reinterpret_cast<std::uintptr_t>(block.first);
-        if (offset < block.capacity * sizeof(value_type) || i == 0) {
-          return block.start + static_cast<std::uint32_t>(offset / sizeof(value_type));
-        }
-      }
-    }
     value_type* atOrNull(std::uint32_t position) const noexcept {
       return position == kNone ? nullptr : at(position);
+    }
+    const Block& blockWith(const value_type* element) const noexcept {
+      for (std::size_t i = blocks.size() - 1;; --i) {
+        const Block& block = blocks[i];
+        const std::uintptr_t offset = reinterpret_cast<std::uintptr_t>(element) -
+                                      reinterpret_cast<std::uintptr_t>(block.first);
+        if (offset < block.capacity * sizeof(value_type) || i == 0) return block;
+      }
+    }
+    std::uint32_t positionOf(const value_type* element) const noexcept {
+      const Block& block = blockWith(element);
+      return block.start + static_cast<std::uint32_t>(element - block.first);
+    }
+
+    /// Counts the slot at position `used`, which holds an element now, as used.
+    void use(value_type* slot) noexcept {
+      if (slot != usedEnd) blockEnd = blockOf(used).end();
+      usedEnd = slot + 1;
+      ++used;
+    }
+    /// Counts the last of several used slots as never used.
+    void giveBackLast() noexcept {
+      --used;
+      const Block& block = blockOf(used - 1);
+      usedEnd = block.first + (used - block.start);
+      blockEnd = block.end();
     }
   };
 
@@ -293,12 +324,13 @@ class MemberMap {
 
     Iterator() noexcept = default;
     template <bool kOther, class = std::enable_if_t<kConst && !kOther>>
-    Iterator(const Iterator<kOther>& other) noexcept : map_(other.map_), element_(other.element_) {}
+    Iterator(const Iterator<kOther>& other) noexcept
+        : map_(other.map_), element_(other.element_), blockEnd_(other.blockEnd_) {}
 
     reference operator*() const noexcept { return *element_; }
     pointer operator->() const noexcept { return element_; }
     Iterator& operator++() noexcept {
-      element_ = map_->after(element_);
+      element_ = map_->after(element_, blockEnd_);
       return *this;
     }
     Iterator operator++(int) noexcept {
@@ -308,6 +340,7 @@ class MemberMap {
     }
     Iterator& operator--() noexcept {
       element_ = element_ == nullptr ? map_->last() : map_->before(element_);
+      blockEnd_ = nullptr;
       return *this;
     }
     Iterator operator--(int) noexcept {
@@ -328,6 +361,7 @@ class MemberMap {
 
     const MemberMap* map_ = nullptr;
     value_type* element_ = nullptr;  // null at the end
+    value_type* blockEnd_ = nullptr;  // of the block that the element is in, where it is known
   };
 
   // --- Storage -----------------------------------------------------------------------------------
@@ -371,23 +405,25 @@ class MemberMap {
 
   /// Turns the one block of a map into the first block of a Spread.
   Spread& makeSpread() {
-    if (!spread()) {
-      auto all = std::make_unique<Spread>();
-      all->size = all->used = root_->size;
-      all->blocks.push_back({elementsOf(root_), 0, root_->capacity});
-      root_ = all.release();
-    }
+    if (!spread()) root_ = std::make_unique<Spread>(root_).release();
     return *asSpread();
   }
 
-  /// Adds a block, as large as all the others together, when every slot is taken.
-  static void makeRoom(Spread& all) {
-    if (all.freeSlot != kNone || all.used < all.capacityOfBlocks()) return;
+  /// The slot at position `used`.
+  static value_type* unusedSlot(Spread& all) {
+    return all.usedEnd != all.blockEnd ? all.usedEnd : firstSlotOfNextBlock(all);
+  }
+
+  /// Adds a block, as large as all the others together, when every slot has been used.
+  __attribute__((noinline)) static value_type* firstSlotOfNextBlock(Spread& all) {
     const std::uint32_t capacity = all.capacityOfBlocks();
-    checkedSize(size_type{capacity} + 1);
-    if (all.indexed()) all.links.resize(size_type{capacity} * 2);
-    all.blocks.reserve(all.blocks.size() + 1);
-    all.blocks.push_back({elementsOf(newBlock(capacity)), capacity, capacity});
+    if (all.used == capacity) {
+      checkedSize(size_type{capacity} + 1);
+      if (all.indexed()) all.links.resize(size_type{capacity} * 2);
+      all.blocks.reserve(all.blocks.size() + 1);
+      all.blocks.push_back({elementsOf(newBlock(capacity)), capacity, capacity});
+    }
+    return all.blockOf(all.used).first;
   }
 
   // --- Order -------------------------------------------------------------------------------------
@@ -403,35 +439,51 @@ class MemberMap {
     if (root_ == nullptr || root_->size == 0) return nullptr;
     if (!spread()) return elementsOf(root_) + (root_->size - 1);
     const Spread& all = *asSpread();
-    return all.at(all.indexed() ? all.lastSlot : all.used - 1);
+    return all.indexed() ? all.at(all.lastSlot) : all.usedEnd - 1;
   }
 
   /// The next element in key order, or null; after null comes the first one.
   value_type* after(const value_type* element) const noexcept {
-    if (element == nullptr) return first();
-    if (spread()) return afterInSpread(element);
+    value_type* blockEnd = nullptr;
+    return element == nullptr ? first() : after(element, blockEnd);
+  }
+
+  /// `blockEnd` is the end of the block that the element is in, or null; it becomes that of the
+  /// next element.
+  value_type* after(const value_type* element, value_type*& blockEnd) const noexcept {
+    if (spread()) return afterInSpread(element, blockEnd);
     const value_type* const next = element + 1;
     return next == elementsOf(root_) + root_->size ? nullptr : const_cast<value_type*>(next);
   }
 
-  value_type* afterInSpread(const value_type* element) const noexcept {
+  value_type* afterInSpread(const value_type* element, value_type*& blockEnd) const noexcept {
     const Spread& all = *asSpread();
-    const std::uint32_t position = all.positionOf(element);
-    if (all.indexed()) return all.atOrNull(all.links[position].next);
-    return position + 1 == all.used ? nullptr : all.at(position + 1);
+    if (all.indexed()) return all.atOrNull(all.links[all.positionOf(element)].next);
+    const value_type* next = element + 1;
+    if (next == all.usedEnd) return nullptr;
+    if (blockEnd == nullptr || next == blockEnd) {
+      const Block* block = &all.blockWith(element);
+      if (next == block->end()) next = (++block)->first;
+      blockEnd = block->end();
+    }
+    return const_cast<value_type*>(next);
   }
 
+  Run runFromFirst() const noexcept {
+    if (root_ == nullptr) return {};
+    return spread() ? runFrom(first()) : Run{elementsOf(root_), elementsOf(root_) + root_->size};
+  }
   /// The element and those behind it that follow it in memory too.
   Run runFrom(value_type* element) const noexcept {
     if (element == nullptr) return {};
     if (!spread()) return {element, elementsOf(root_) + root_->size};
     const Spread& all = *asSpread();
     if (all.indexed()) return {element, element + 1};
-    const Block& block = all.blockOf(all.positionOf(element));
-    return {element, block.first + std::min(block.capacity, all.used - block.start)};
+    value_type* const blockEnd = all.blockWith(element).end();
+    return {element, blockEnd == all.blockEnd ? all.usedEnd : blockEnd};
   }
   Run runBehind(const value_type* last) const noexcept {
-    return spread() ? runFrom(afterInSpread(last)) : Run{};
+    return spread() ? runFrom(after(last)) : Run{};
   }
   static ConstRun constant(const Run& run) noexcept { return {run.begin, run.end}; }
 
@@ -466,10 +518,15 @@ class MemberMap {
 
   /// The element with the greatest key that is not above `key`, or null.
   value_type* floor(View key) const noexcept {
+    Place place;
+    return floor(key, place);
+  }
+  /// The same, and the place of the key in the index, if there is one.
+  value_type* floor(View key, Place& place) const noexcept {
     if (empty()) return nullptr;
     if (!spread()) return floorInRun(elementsOf(root_), root_->size, key);
     const Spread& all = *asSpread();
-    if (all.indexed()) return all.index.floor(key);
+    if (all.indexed()) return all.index.floor(key, place);
     std::size_t i = all.blocks.size() - 1;
     while (i > 0 && (all.blocks[i].start >= all.used || key < View(all.blocks[i].first->first))) {
       --i;
@@ -479,6 +536,7 @@ class MemberMap {
   }
 
   value_type* exact(View key) const noexcept {
+    if (root_ != nullptr && indexed()) return asSpread()->index.find(key);
     value_type* const below = floor(key);
     return below != nullptr && View(below->first) == key ? below : nullptr;
   }
@@ -497,12 +555,12 @@ class MemberMap {
   // --- Change ------------------------------------------------------------------------------------
 
   /// Adds an element behind `below` in key order (null: in front of all), which is not the last
-  /// one.
+  /// one. `place` is what `floor` told.
   template <class K, class... Args>
-  value_type* insertInside(value_type* below, K&& key, Args&&... args) {
+  value_type* insertInside(value_type* below, const Place& place, K&& key, Args&&... args) {
     Spread& all = makeSpread();
     makeIndex(all);
-    return insertIndexed(all, below, std::forward<K>(key), std::forward<Args>(args)...);
+    return insertIndexed(all, below, place, std::forward<K>(key), std::forward<Args>(args)...);
   }
 
   template <class K, class... Args>
@@ -522,37 +580,36 @@ class MemberMap {
   __attribute__((noinline)) value_type* insertBehindBlock(K&& key, Args&&... args) {
     Spread& all = makeSpread();
     if (all.indexed()) {
-      return insertIndexed(all, last(), std::forward<K>(key), std::forward<Args>(args)...);
+      return insertIndexed(all, last(), {}, std::forward<K>(key), std::forward<Args>(args)...);
     }
-    makeRoom(all);
-    value_type* const slot = all.at(all.used);
+    value_type* const slot = unusedSlot(all);
     construct(slot, std::forward<K>(key), std::forward<Args>(args)...);
-    ++all.used;
+    all.use(slot);
     ++all.size;
     return slot;
   }
 
   template <class K, class... Args>
-  static value_type* insertIndexed(Spread& all, value_type* below, K&& key, Args&&... args) {
-    makeRoom(all);
+  static value_type* insertIndexed(Spread& all, value_type* below, const Place& place, K&& key,
+                                   Args&&... args) {
     const bool reuse = all.freeSlot != kNone;
     const std::uint32_t position = reuse ? all.freeSlot : all.used;
-    value_type* const slot = all.at(position);
+    value_type* const slot = reuse ? all.at(position) : unusedSlot(all);
     construct(slot, std::forward<K>(key), std::forward<Args>(args)...);
-    enterIndex(all, slot);
+    enterIndex(all, slot, place);
     if (reuse) {
       all.freeSlot = all.links[position].next;
     } else {
-      ++all.used;
+      all.use(slot);
     }
     chain(all, position, below == nullptr ? kNone : all.positionOf(below));
     ++all.size;
     return slot;
   }
 
-  static void enterIndex(Spread& all, value_type* element) {
+  static void enterIndex(Spread& all, value_type* element, const Place& place) {
     try {
-      all.index.insert(element);
+      all.index.insert(element, place);
     } catch (...) {
       element->~value_type();
       throw;
@@ -594,7 +651,7 @@ class MemberMap {
     if (root_->size == 1) return clear();
     if (!indexed() && element == last()) {
       element->~value_type();
-      if (spread()) --asSpread()->used;
+      if (spread()) asSpread()->giveBackLast();
       --root_->size;
       return;
     }

@@ -50,16 +50,26 @@ struct KeyOrder<std::string> {
   }
 };
 
-/// A B+ tree of pointers to elements (`element->first` is the key), each beside the prefix of its
-/// key, so that most comparisons stay inside one page. It owns its pages, never the elements; the
-/// keys of the elements in it are distinct.
+/// A B+ tree of pointers to elements (`element->first` is the key), with the prefixes of their keys,
+/// so that most comparisons stay inside one page. It owns its pages, never the elements; the keys of
+/// the elements in it are distinct.
 ///
 /// Insertion and removal are logarithmic whatever the keys. Pages never merge: a page is released
 /// when its last entry goes, so the memory is bounded by the largest size the index had.
 template <class Key, class Element>
 class OrderedIndex {
+ private:
+  struct Page;
+
  public:
   using View = typename KeyOrder<Key>::View;
+
+  /// Where a search ended: a new key belongs into this leaf, behind so many of its entries. Any
+  /// change of the index makes it worthless.
+  struct Place {
+    Page* leaf = nullptr;
+    std::uint32_t after = 0;
+  };
 
   OrderedIndex() = default;
   OrderedIndex(const OrderedIndex&) = delete;
@@ -70,27 +80,46 @@ class OrderedIndex {
 
   /// The element with the greatest key that is not above `key`, or null.
   Element* floor(View key) const noexcept {
-    const Probe probe{KeyOrder<Key>::prefix(key), key};
-    const Page* page = root_;
-    while (page != nullptr) {
-      const std::uint32_t after = upperBound(page, probe);
-      if (after == 0) return nullptr;
-      if (page->height == 0) return page->entries()[after - 1].element;
-      page = page->children()[after - 1];
+    Place place;
+    return floor(key, place);
+  }
+  /// The same, and the place of the key.
+  Element* floor(View key, Place& place) const noexcept {
+    const Probe probe(key);
+    for (Page* page = root_; page != nullptr; page = page->children()[place.after - 1]) {
+      place = {page, upperBound(page, probe)};
+      if (place.after == 0) return nullptr;
+      if (page->height == 0) return page->elements()[place.after - 1];
     }
     return nullptr;
   }
 
+  /// The element with this key, or null.
+  Element* find(View key) const noexcept {
+    const Probe probe(key);
+    const Page* page = root_;
+    while (page != nullptr && page->height > 0) {
+      const std::uint32_t after = upperBound(page, probe);
+      page = after == 0 ? nullptr : page->children()[after - 1];
+    }
+    return page == nullptr ? nullptr : findInLeaf(page, probe);
+  }
+
   /// Adds `element`, whose key must not be there yet. When memory runs out nothing has changed.
-  void insert(Element* element) {
-    const Entry entry{KeyOrder<Key>::prefix(element->first), element};
-    makeRoom(entry.probe());
-    place(entry);
+  /// `place` is where the search for the key ended, or a place of its own.
+  void insert(Element* element, const Place& place = {}) {
+    const Probe probe(element->first);
+    if (place.leaf != nullptr && place.after > 0 && !place.leaf->full()) {
+      place.leaf->insertAt(place.after, {probe.prefix, element, nullptr});
+      return;
+    }
+    makeRoom(probe);
+    enter(element, probe);
   }
 
   /// Takes out the element with this key, which must be there (and still alive).
   void erase(View key) noexcept {
-    const Probe probe{KeyOrder<Key>::prefix(key), key};
+    const Probe probe(key);
     Step path[kMaxHeight];
     std::size_t depth = 0;
     for (Page* page = root_;; page = page->children()[path[depth++].slot]) {
@@ -119,58 +148,68 @@ class OrderedIndex {
   struct Probe {
     std::uint64_t prefix;
     View key;
+    explicit Probe(View searched) : prefix(KeyOrder<Key>::prefix(searched)), key(searched) {}
   };
 
   struct Entry {
     std::uint64_t prefix;
     Element* element;
-    Probe probe() const noexcept { return {prefix, element->first}; }
-    bool above(const Probe& probe) const noexcept {
-      if constexpr (KeyOrder<Key>::kPrefixDecides) {
-        return prefix > probe.prefix;
-      } else {
-        return prefix != probe.prefix ? prefix > probe.prefix : View(element->first) > probe.key;
-      }
-    }
+    Page* child;  // null in a leaf
   };
 
-  /// Entries in ascending order follow the page in memory; above the leaves (height 0) there is a
-  /// child page for each entry, and the entry is the lowest one below that child.
+  /// What a page holds of its entries, in ascending order, follows it in memory: all prefixes, all
+  /// elements and, above the leaves (height 0), all child pages. The entry of a child is the lowest
+  /// one below it.
   struct Page {
     std::uint32_t count;
     std::uint16_t capacity;
     std::uint16_t height;
-    Entry* entries() const noexcept {
-      return reinterpret_cast<Entry*>(const_cast<Page*>(this) + 1);
+    std::uint64_t* prefixes() const noexcept {
+      return reinterpret_cast<std::uint64_t*>(const_cast<Page*>(this) + 1);
     }
-    Page** children() const noexcept { return reinterpret_cast<Page**>(entries() + capacity); }
+    Element** elements() const noexcept {
+      return reinterpret_cast<Element**>(prefixes() + capacity);
+    }
+    Page** children() const noexcept { return reinterpret_cast<Page**>(elements() + capacity); }
     bool full() const noexcept { return count == capacity; }
 
-    void insertAt(std::uint32_t slot, const Entry& entry, Page* child) noexcept {
-      std::copy_backward(entries() + slot, entries() + count, entries() + count + 1);
-      entries()[slot] = entry;
-      if (height > 0) {
-        std::copy_backward(children() + slot, children() + count, children() + count + 1);
-        children()[slot] = child;
-      }
+    /// Calls `move` for each of the parallel arrays.
+    template <class Move>
+    void each(const Page* other, Move move) noexcept {
+      move(prefixes(), other->prefixes());
+      move(elements(), other->elements());
+      if (height > 0) move(children(), other->children());
+    }
+    Entry entry(std::uint32_t slot) const noexcept {
+      return {prefixes()[slot], elements()[slot], height > 0 ? children()[slot] : nullptr};
+    }
+    /// The child of the slot stays.
+    void setLow(std::uint32_t slot, const Entry& low) noexcept {
+      prefixes()[slot] = low.prefix;
+      elements()[slot] = low.element;
+    }
+    void insertAt(std::uint32_t slot, const Entry& entry) noexcept {
+      each(this, [&](auto* own, auto*) {
+        std::copy_backward(own + slot, own + count, own + count + 1);
+      });
       ++count;
+      setLow(slot, entry);
+      if (height > 0) children()[slot] = entry.child;
     }
     void removeAt(std::uint32_t slot) noexcept {
-      std::copy(entries() + slot + 1, entries() + count, entries() + slot);
-      if (height > 0) std::copy(children() + slot + 1, children() + count, children() + slot);
+      each(this, [&](auto* own, auto*) { std::copy(own + slot + 1, own + count, own + slot); });
       --count;
     }
     /// Takes over the entries of `other` from `begin` to its end.
     void appendFrom(Page* other, std::uint32_t begin) noexcept {
-      std::copy(other->entries() + begin, other->entries() + other->count, entries() + count);
-      if (height > 0) {
-        std::copy(other->children() + begin, other->children() + other->count, children() + count);
-      }
+      each(other, [&](auto* own, auto* theirs) {
+        std::copy(theirs + begin, theirs + other->count, own + count);
+      });
       count += other->count - begin;
       other->count = begin;
     }
   };
-  static_assert(sizeof(Page) % alignof(Entry) == 0, "entries follow the page without a gap");
+  static_assert(sizeof(Page) % alignof(std::uint64_t) == 0, "no gap between a page and its arrays");
 
   struct Step {
     Page* page;
@@ -178,10 +217,10 @@ class OrderedIndex {
   };
 
   static Page* newPage(std::uint16_t height, std::uint32_t capacity) {
-    const std::size_t bytes =
-        // NOLINTNEXTLINE(bugprone-sizeof-expression): a child is a pointer
-        sizeof(Page) + capacity * (sizeof(Entry) + (height > 0 ? sizeof(Page*) : 0));
-    return ::new (::operator new(bytes)) Page{0, static_cast<std::uint16_t>(capacity), height};
+    const std::size_t pointers = height > 0 ? 2 : 1;
+    const std::size_t entry = sizeof(std::uint64_t) + pointers * sizeof(void*);
+    return ::new (::operator new(sizeof(Page) + capacity * entry))
+        Page{0, static_cast<std::uint16_t>(capacity), height};
   }
 
   // NOLINTNEXTLINE(misc-no-recursion): kMaxHeight bounds it
@@ -192,17 +231,53 @@ class OrderedIndex {
     ::operator delete(page);
   }
 
+  /// How many of the ascending values are not above the limit. Every eighth value first, then the
+  /// eight that are left, without a jump that depends on a value: none can be foreseen.
+  static std::uint32_t countNotAbove(const std::uint64_t* values, std::uint32_t count,
+                                     std::uint64_t limit) noexcept {
+    std::uint32_t result = 0;
+    for (std::uint32_t i = 7; i < count; i += 8) result += values[i] <= limit ? 8 : 0;
+    const std::uint32_t end = std::min(result + 7, count);
+    for (std::uint32_t i = result; i < end; ++i) result += values[i] <= limit ? 1 : 0;
+    return result;
+  }
+
   /// How many entries of the page are not above the probe.
   static std::uint32_t upperBound(const Page* page, const Probe& probe) noexcept {
-    const Entry* first = page->entries();
-    std::uint32_t count = page->count;
-    while (count > 0) {
-      const std::uint32_t half = count / 2;
-      const bool right = !first[half].above(probe);
-      first = right ? first + half + 1 : first;
-      count = right ? count - half - 1 : half;
+    const std::uint32_t after = countNotAbove(page->prefixes(), page->count, probe.prefix);
+    if (KeyOrder<Key>::kPrefixDecides || !hasPrefixBefore(page, after, probe)) return after;
+    if (!hasPrefixBefore(page, after - 1, probe)) {  // mostly there is one such entry
+      return probe.key < View(page->elements()[after - 1]->first) ? after - 1 : after;
     }
-    return static_cast<std::uint32_t>(first - page->entries());
+    return upperBoundOfEqual(page, after, probe);
+  }
+
+  static Element* findInLeaf(const Page* page, const Probe& probe) noexcept {
+    std::uint32_t after = countNotAbove(page->prefixes(), page->count, probe.prefix);
+    if (!hasPrefixBefore(page, after, probe)) return nullptr;
+    if (!KeyOrder<Key>::kPrefixDecides && hasPrefixBefore(page, after - 1, probe)) {
+      after = upperBoundOfEqual(page, after, probe);
+      if (!hasPrefixBefore(page, after, probe)) return nullptr;
+    }
+    Element* const element = page->elements()[after - 1];
+    return View(element->first) == probe.key ? element : nullptr;
+  }
+
+  /// Whether there is an entry before the slot and has the prefix of the probe.
+  static bool hasPrefixBefore(const Page* page, std::uint32_t slot, const Probe& probe) noexcept {
+    return slot > 0 && page->prefixes()[slot - 1] == probe.prefix;
+  }
+
+  /// The same when the entries up to `after`, not all of them perhaps, have the prefix of the probe.
+  static std::uint32_t upperBoundOfEqual(const Page* page, std::uint32_t after,
+                                         const Probe& probe) noexcept {
+    const std::uint64_t* const prefixes = page->prefixes();
+    const auto* first = std::lower_bound(prefixes, prefixes + after, probe.prefix);
+    Element** const elements = page->elements();
+    const auto above = [](View key, const Element* element) { return key < View(element->first); };
+    Element** const end =
+        std::upper_bound(elements + (first - prefixes), elements + after, probe.key, above);
+    return static_cast<std::uint32_t>(end - elements);
   }
 
   static std::uint32_t childSlot(const Page* page, const Probe& probe) noexcept {
@@ -234,7 +309,7 @@ class OrderedIndex {
       return;
     }
     Page* top = newPage(static_cast<std::uint16_t>(root_->height + 1), kFanout);
-    top->insertAt(0, root_->entries()[0], root_);
+    top->insertAt(0, {root_->prefixes()[0], root_->elements()[0], root_});
     root_ = top;
     split(top, 0);
   }
@@ -243,20 +318,22 @@ class OrderedIndex {
     Page* left = parent->children()[slot];
     Page* right = newPage(left->height, kFanout);
     right->appendFrom(left, left->count / 2);
-    parent->insertAt(slot + 1, right->entries()[0], right);
+    parent->insertAt(slot + 1, {right->prefixes()[0], right->elements()[0], right});
   }
 
-  void place(const Entry& entry) noexcept {
+  /// There is room for the new entry.
+  void enter(Element* element, const Probe& probe) noexcept {
+    const Entry entry{probe.prefix, element, nullptr};
     Page* page = root_;
     while (page->height > 0) {
-      std::uint32_t after = upperBound(page, entry.probe());
+      std::uint32_t after = upperBound(page, probe);
       if (after == 0) {
-        page->entries()[0] = entry;  // the new lowest entry of the whole subtree
+        page->setLow(0, entry);  // the new lowest entry of the whole subtree
         after = 1;
       }
       page = page->children()[after - 1];
     }
-    page->insertAt(upperBound(page, entry.probe()), entry, nullptr);
+    page->insertAt(upperBound(page, probe), entry);
   }
 
   /// Removes the entry at the end of the path, and the pages that this leaves empty; returns the
@@ -277,7 +354,7 @@ class OrderedIndex {
   /// Where the first entry of a page went, the pages above name the new first one.
   static void refreshLows(const Step* path, std::size_t depth) noexcept {
     for (; depth > 0 && path[depth].slot == 0; --depth) {
-      path[depth - 1].page->entries()[path[depth - 1].slot] = path[depth].page->entries()[0];
+      path[depth - 1].page->setLow(path[depth - 1].slot, path[depth].page->entry(0));
     }
   }
 
