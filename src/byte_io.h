@@ -28,10 +28,7 @@ class ByteRange {
 
   /// Whether `needed` bytes are left; if not, logs what the value that began at `base` lacks.
   bool room(std::uint32_t base, std::uint64_t needed, int line = __builtin_LINE()) const {
-    if (needed <= left()) return true;
-    log_.error({function_, line}, "Limit exceeded: C: %u; V: %u; M: %u", position_ - base,
-               static_cast<std::uint32_t>(needed), end_ - base);
-    return false;
+    return needed <= left() || logLack(base, needed, line);
   }
 
   // Each of these needs room.
@@ -54,6 +51,12 @@ class ByteRange {
   }
 
  private:
+  [[gnu::noinline]] bool logLack(std::uint32_t base, std::uint64_t needed, int line) const {
+    log_.error({function_, line}, "Limit exceeded: C: %u; V: %u; M: %u", position_ - base,
+               static_cast<std::uint32_t>(needed), end_ - base);
+    return false;
+  }
+
   Byte* data_;
   std::uint32_t end_;
   std::uint32_t position_ = 0;

@@ -67,7 +67,7 @@ bool GatheringJsonBuilder::close() {
 }
 
 /// False when a name is repeated.
-bool GatheringJsonBuilder::sortNames(const Container& object) {
+[[gnu::noinline]] bool GatheringJsonBuilder::sortNames(const Container& object) {
   Name* const begin = names_.begin() + object.firstName;
   std::sort(begin, names_.end());
   const auto notBelow = [](const Name& a, const Name& b) { return !(a < b); };
@@ -108,7 +108,7 @@ Held GatheringJsonBuilder::take() {
   return value;
 }
 
-void GatheringJsonBuilder::release(std::size_t first) noexcept {
+[[gnu::noinline]] void GatheringJsonBuilder::release(std::size_t first) noexcept {
   for (; values_.size() > first; values_.pop()) {
     Variant value;
     put(value, values_.top());

@@ -265,6 +265,14 @@ bool commonValue(const Decimal& number, bool negative, bool startsWithZero, Held
   return true;
 }
 
+/// The value of any number.
+[[gnu::noinline]] Held parseUncommon(std::string_view text) {
+  if (text.empty()) return Held{};
+  if (text.find('.') == std::string_view::npos) return parseInteger(text);
+  const bool negative = text[0] == '-';
+  return parseDouble(text.substr(negative || text[0] == '+' ? 1 : 0), negative);
+}
+
 unsigned detectBase(std::string_view text) {
   if (text.empty() || text[0] != '0') return 10;
   const bool hex =
@@ -348,10 +356,7 @@ NumberPrefix parseNumberPrefix(std::string_view text) {
   }
   while (last != end && isNumberByte(*last)) ++last;
   prefix.length = static_cast<std::size_t>(last - text.data());
-  if (prefix.length == 0) return prefix;
-  const std::string_view whole = text.substr(0, prefix.length);
-  const bool hasPoint = whole.find('.') != std::string_view::npos;
-  prefix.value = hasPoint ? parseDouble(whole.substr(signedNumber), negative) : parseInteger(whole);
+  prefix.value = parseUncommon(text.substr(0, prefix.length));
   return prefix;
 }
 

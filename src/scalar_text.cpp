@@ -10,9 +10,8 @@ namespace vexo::variant {
 
 namespace {
 
-/// The buffer that a text of the form "b64:..." stands for, or null when the text is none.
-std::unique_ptr<VariantBuffer> decodeMarked(std::string_view text) {
-  if (text.size() % 4 != 0 || text.substr(0, kBinaryMarker.size()) != kBinaryMarker) return nullptr;
+/// The buffer that a text with kBinaryMarker stands for, or null when the rest is not base64.
+[[gnu::noinline]] std::unique_ptr<VariantBuffer> decodeMarked(std::string_view text) {
   const std::string_view base64 = text.substr(kBinaryMarker.size());
   auto buffer = decodeBase64(base64);
   if (base64.empty() || buffer->size > 0) return buffer;
@@ -75,7 +74,9 @@ bool appendScalarText(const Variant& value, TextSink& output) {
 }
 
 Held holdMarkedText(std::string_view text) {
-  if (auto buffer = decodeMarked(text)) return holdRecord(buffer.release());
+  if (text.size() % 4 == 0 && text.substr(0, kBinaryMarker.size()) == kBinaryMarker) {
+    if (auto buffer = decodeMarked(text)) return holdRecord(buffer.release());
+  }
   timeval time{};
   if (text.size() <= std::numeric_limits<unsigned int>::max() &&
       vexo::utils::stringToTimeval(text.data(), static_cast<unsigned int>(text.size()), &time)) {

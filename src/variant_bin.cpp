@@ -169,7 +169,7 @@ class BinReader {
   std::uint32_t read(Variant& root) {
     if (!value(root)) return 0;
     while (!frames_.empty()) {
-      if (!step(frames_.top())) return 0;
+      if (!readMembers(frames_.top())) return 0;
     }
     return in_.position();
   }
@@ -184,12 +184,15 @@ class BinReader {
     bool inStrings;
   };
 
-  /// Reads the next member of the innermost map, or closes it.
-  bool step(Frame& frame) {
-    if (frame.left > 0) {
+  /// Reads members of the innermost map up to the next map, which becomes the innermost, or closes
+  /// it.
+  bool readMembers(Frame& frame) {
+    const std::size_t depth = frames_.size();
+    while (frame.left > 0) {
       --frame.left;
       Variant* const member = frame.inStrings ? stringMember(frame) : numericMember(frame);
-      return member != nullptr && value(*member);
+      if (member == nullptr || !value(*member)) return false;
+      if (frames_.size() > depth) return true;
     }
     if (frame.inStrings) {
       frames_.pop();
@@ -232,6 +235,9 @@ class BinReader {
       value = in_.read<std::uint8_t>();
       return true;
     }
+    return longU56(value);
+  }
+  [[gnu::noinline]] bool longU56(std::uint64_t& value) {
     const std::uint32_t width = FromU56(in_.here(), in_.left(), value);
     in_.advance(width);
     return width > 0;
@@ -261,12 +267,30 @@ class BinReader {
       case V_MAP:
       case V_TYPED_MAP:
         return map(base, static_cast<VariantType>(tag), target);
+      case V_BOOL:
+        return fixed<bool>(base, target);
+      case V_INT8:
+        return fixed<std::int8_t>(base, target);
+      case V_INT16:
+        return fixed<std::int16_t>(base, target);
+      case V_INT32:
+        return fixed<std::int32_t>(base, target);
+      case V_INT64:
+        return fixed<std::int64_t>(base, target);
+      case V_UINT8:
+        return fixed<std::uint8_t>(base, target);
       case V_UINT16:
         return shortened<std::uint16_t>(target);
       case V_UINT32:
         return shortened<std::uint32_t>(target);
+      case V_UINT64:
+        return fixed<std::uint64_t>(base, target);
+      case V_DOUBLE:
+        return fixed<double>(base, target);
+      case V_TIMESTAMP:
+        return timestamp(base, target);
       default:
-        return fixed(base, tag, target);
+        return false;
     }
   }
 
@@ -278,49 +302,30 @@ class BinReader {
     return true;
   }
 
-  bool fixed(std::uint32_t base, std::uint32_t tag, Variant& target) {
-    const TypeInfo* info = findType(tag);
-    if (info == nullptr || !in_.room(base, info->binBody)) return false;
-    put(target, fixedBody(tag));
+  /// An inline value of fixed size.
+  template <class T>
+  bool fixed(std::uint32_t base, Variant& target) {
+    if (!in_.room(base, sizeof(T))) return false;
+    if constexpr (std::is_same_v<T, bool>) {
+      put(target, hold(in_.read<std::uint8_t>() != 0));
+    } else if constexpr (std::is_same_v<T, double>) {
+      put(target, hold(std::bit_cast<double>(in_.read<std::uint64_t>())));
+    } else {
+      put(target, hold(static_cast<T>(in_.read<std::make_unsigned_t<T>>())));
+    }
     return true;
   }
 
-  template <class T>
-  Held integer() {
-    return hold(static_cast<T>(in_.read<std::make_unsigned_t<T>>()));
-  }
-
-  Held fixedBody(std::uint32_t tag) {
-    switch (tag) {
-      case V_BOOL:
-        return hold(in_.read<std::uint8_t>() != 0);
-      case V_INT8:
-        return integer<std::int8_t>();
-      case V_INT16:
-        return integer<std::int16_t>();
-      case V_INT32:
-        return integer<std::int32_t>();
-      case V_INT64:
-        return integer<std::int64_t>();
-      case V_UINT8:
-        return integer<std::uint8_t>();
-      case V_UINT64:
-        return integer<std::uint64_t>();
-      case V_DOUBLE:
-        return hold(std::bit_cast<double>(in_.read<std::uint64_t>()));
-      default:
-        return timestamp();
-    }
-  }
-
   /// A narrower `timeval` takes the low bits of its fields.
-  Held timestamp() {
+  bool timestamp(std::uint32_t base, Variant& target) {
+    if (!in_.room(base, findType(V_TIMESTAMP)->binBody)) return false;
     auto time = std::make_unique<timeval>();
     const auto seconds = static_cast<std::int64_t>(in_.read<std::uint64_t>());
     const auto microseconds = static_cast<std::int32_t>(in_.read<std::uint32_t>());
     time->tv_sec = static_cast<decltype(time->tv_sec)>(seconds);
     time->tv_usec = microseconds;
-    return holdRecord(time.release());
+    put(target, holdRecord(time.release()));
+    return true;
   }
 
   bool string(std::uint32_t base, Variant& target) {
@@ -344,9 +349,11 @@ class BinReader {
     VariantMap& map = mapOf(target);
     if (!in_.room(base, 1)) return false;
     map.isArray = in_.read<std::uint8_t>() != 0;
-    std::string_view name;
-    if (type == V_TYPED_MAP && !text(base, name)) return false;
-    map.typeName = name;
+    if (type == V_TYPED_MAP) {
+      std::string_view name;
+      if (!text(base, name)) return false;
+      map.typeName = name;
+    }
     Frame& frame = frames_.push({&map, base, 0, false});
     return count(frame, map.numericKeys);
   }

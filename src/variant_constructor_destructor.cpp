@@ -32,6 +32,7 @@ Held copyBytes(const VariantBuffer& source) {
 /// A copy of anything but a map.
 Held copyLeaf(const Variant& source) {
   const Payload& payload = payloadOf(source);
+  if (!isHeapType(typeOf(source))) return {typeOf(source), payload};
   switch (typeOf(source)) {
     case V_TIMESTAMP:
       return holdRecord(new timeval(*payload.timestamp));
@@ -40,10 +41,8 @@ Held copyLeaf(const Variant& source) {
     case V_BINARY:
       return copyBytes(*payload.buffer);
     default:
-      break;
+      kLog.violation("Copy", "Invalid state");
   }
-  if (isHeapType(typeOf(source))) kLog.violation("Copy", "Invalid state");
-  return {typeOf(source), payload};
 }
 
 /// Builds the copy beside the walk over the source: `target_` is the value that gets the next copy.
