@@ -8,8 +8,9 @@ BUILD := g++ cmake ninja-build libcli11-dev
 # locales.
 TEST := $(BUILD) libgtest-dev clang-14 g++-arm-linux-gnueabihf locales binutils
 ARM := $(TEST) googletest qemu-user
+PYTHON := /usr/bin/python3
 BENCH := g++ cmake ninja-build libbenchmark-dev nlohmann-json3-dev rapidjson-dev \
-  libboost-json1.81-dev libtomlplusplus-dev libtoml11-dev python3
+  libboost-json1.81-dev libtomlplusplus-dev libtoml11-dev python3-matplotlib
 FUZZ := g++ cmake ninja-build clang-14 libclang-rt-14-dev
 FUZZ_SECONDS := 60
 MUTANTS := 100
@@ -71,11 +72,20 @@ big-endian:
 	$(call build,big-endian)
 	ctest --preset big-endian
 
-bench:
+# Its package cannot be installed beside Boost 1.81, but its headers need nothing else.
+build/msgpack/usr/include/msgpack.hpp:
+	mkdir -p build/msgpack
+	-cd build/msgpack && (apt-get download libmsgpack-cxx-dev || \
+	  ($(SUDO) apt-get update -q && apt-get download libmsgpack-cxx-dev)) && \
+	  dpkg -x libmsgpack-cxx-dev_*.deb .
+
+# With BENCH_OPTIONS such as --quick or --filter='^parse', only prints.
+bench: build/msgpack/usr/include/msgpack.hpp
 	$(call need,$(BENCH))
-	$(call build,bench)
-	python3 bench/generate.py build/bench/data
-	python3 bench/report.py build/bench/bench/vexo-bench build/bench/data $(BENCH_OPTIONS)
+	$(call build,bench,-DMSGPACK_INCLUDE_DIR=$(CURDIR)/build/msgpack/usr/include)
+	$(PYTHON) bench/generate.py build/bench/data
+	$(PYTHON) bench/report.py build/bench/bench/vexo-bench build/bench/data \
+	  $(or $(BENCH_OPTIONS),--out docs/performance.json --chart docs/performance.svg)
 
 # Huge pages: otherwise the times of large trees are those of address translation.
 scale:

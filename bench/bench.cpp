@@ -1,8 +1,10 @@
 // vexo-bench [Google Benchmark's options] [DOCUMENT...]: compares this library with its peers.
 //
-// With documents, JSON or, by their extension, TOML: every operation on each of them; without:
-// objects and arrays of integers. The benchmarks are named OPERATION/SUBJECT/LIBRARY; where formats
-// of this library are compared, the format takes the place of the library. Their counter "each" is
+// With documents, JSON or, by their extension, TOML: every operation on each of them, and on more
+// and more copies of those that are small; without: objects and arrays of integers. The benchmarks
+// are named OPERATION/SUBJECT/LIBRARY; where formats of this library are compared, or its behaviour
+// with growing documents and hostile keys, the format, operation or order of the keys takes the
+// place of the library. Their counter "each" is
 // the time for one item, in processor time: for a document's operations an item is a value of its
 // tree (every scalar, array and object), so that all libraries are divided by the same number.
 // "bytes" is the live heap for one value, "text" the bytes of text for one, where speed by text is
@@ -241,6 +243,52 @@ void addFormats(const Document& document) {
   addBinaryFormat<Bin>(document);
 }
 
+// --- Growth --------------------------------------------------------------------------------------
+
+constexpr std::size_t kSmallDocument = 4096;
+
+/// An array of as many copies as it takes to have `size` bytes of text.
+std::string copiesOf(const std::string& text, std::size_t size) {
+  std::string copies = "[" + text;
+  while (copies.size() < size) copies += "," + text;
+  return copies + "]";
+}
+
+/// What an operation costs for each value must not depend on the size of the document.
+void addGrowth(const Document& document, std::size_t size) {
+  const auto addOperation = [&](std::string_view operation, auto run) {
+    add("growth", std::to_string(size), operation, [=, &document](benchmark::State& state) {
+      const std::string text = copiesOf(document.text, size);
+      const Variant tree = Ours::load(text);
+      run(state, Census(tree).values, tree, text);
+    });
+  };
+  using State = benchmark::State;
+  using Tree = const Variant&;
+  using Text = const std::string&;
+  addOperation("parse", [](State& state, std::size_t items, Tree, Text text) {
+    measureMaking(state, items, [&] { return Ours::load(text); });
+  });
+  addOperation("write", [](State& state, std::size_t items, Tree tree, Text) {
+    measureReading(state, items, [&] { return Ours::write(tree); });
+  });
+  addOperation("copy", [](State& state, std::size_t items, Tree tree, Text) {
+    measureMaking(state, items, [&] { return Ours::copy(tree); });
+  });
+  addOperation("compare", [](State& state, std::size_t items, Tree tree, Text) {
+    measureReading(state, items, [&, other = tree] { return Ours::equal(tree, other); });
+  });
+  addOperation("release", [](State& state, std::size_t items, Tree tree, Text) {
+    measureRelease(state, items, [&] { return Ours::copy(tree); });
+  });
+  addOperation("encode", [](State& state, std::size_t items, Tree tree, Text) {
+    measureReading(state, items, [&] { return Ours::encode(tree); });
+  });
+  addOperation("decode", [](State& state, std::size_t items, Tree tree, Text) {
+    measureMaking(state, items, [bytes = Ours::encode(tree)] { return Ours::decode(bytes); });
+  });
+}
+
 // --- Objects and arrays of integers --------------------------------------------------------------
 
 using Keys = std::vector<std::string>;
@@ -281,8 +329,7 @@ typename P::Array arrayOf(std::size_t count) {
 }
 
 template <KeyedPeer P>
-void lookup(benchmark::State& state, std::size_t count) {
-  const Keys keys = randomKeys(count);
+void lookup(benchmark::State& state, const Keys& keys) {
   const Keys probes = randomProbes(keys);
   const auto object = objectOf<P>(keys);
   std::int64_t found = 0;
@@ -308,7 +355,8 @@ template <KeyedPeer P>
 void addContainers() {
   for (const std::size_t count : {std::size_t{16}, std::size_t{1000}, std::size_t{100'000}}) {
     const std::string subject = std::to_string(count);
-    add("lookup", subject, P::kName, [=](benchmark::State& state) { lookup<P>(state, count); });
+    add("lookup", subject, P::kName,
+        [=](benchmark::State& state) { lookup<P>(state, randomKeys(count)); });
     add("insert", subject, P::kName, [keys = randomKeys(count)](benchmark::State& state) {
       measureMaking(state, keys.size(), [&] { return objectOf<P>(keys); });
     });
@@ -318,6 +366,51 @@ void addContainers() {
     measureMaking(state, kElements, [] { return arrayOf<P>(kElements); });
   });
   add("iterate", subject, P::kName, iterate<P>);
+}
+
+/// Orders and forms of keys that some containers are slow with.
+struct HostileKeys {
+  const char* name;
+  Keys (*make)(std::size_t count);
+};
+
+/// Keys of one length, in the order that `place` tells for each i.
+template <class Place>
+Keys numberedKeys(std::size_t count, std::string_view prefix, Place place) {
+  Keys keys(count);
+  for (std::size_t i = 0; i < count; ++i) {
+    keys[i] = std::string(prefix) + std::to_string(10'000'000 + place(i));
+  }
+  return keys;
+}
+
+constexpr HostileKeys kHostileKeys[] = {
+    {"random", randomKeys},
+    {"ascending",
+     [](std::size_t count) { return numberedKeys(count, "", [](std::size_t i) { return i; }); }},
+    {"descending",
+     [](std::size_t count) {
+       return numberedKeys(count, "", [=](std::size_t i) { return count - i; });
+     }},
+    {"both ends",  // in turn
+     [](std::size_t count) {
+       return numberedKeys(count, "",
+                           [=](std::size_t i) { return i % 2 == 0 ? i : 2 * count - i; });
+     }},
+    {"1 KB alike",  // at random, with equal beginnings
+     [](std::size_t count) {
+       return numberedKeys(count, std::string(1024, 'k'),
+                           [](std::size_t i) { return i * 7'919'993 % 10'000'019; });
+     }},
+};
+
+void addHostileKeys(const HostileKeys& hostile, std::size_t count) {
+  const std::string subject = std::to_string(count);
+  add("hostile-insert", subject, hostile.name, [=](benchmark::State& state) {
+    measureMaking(state, count, [keys = hostile.make(count)] { return objectOf<Ours>(keys); });
+  });
+  add("hostile-lookup", subject, hostile.name,
+      [=](benchmark::State& state) { lookup<Ours>(state, hostile.make(count)); });
 }
 
 // --- Registration --------------------------------------------------------------------------------
@@ -336,6 +429,7 @@ void addPeers(const std::vector<Document>& documents) {
   addPeer<Ours>(documents);
 #ifdef BENCH_NLOHMANN
   addPeer<Nlohmann>(documents);
+  addPeer<NlohmannCbor>(documents);
 #endif
 #ifdef BENCH_BOOST
   addPeer<Boost>(documents);
@@ -362,7 +456,14 @@ int run(int argc, char** argv) {
   for (int i = 1; i < argc; ++i) documents.push_back(readDocument(argv[i]));
   addPeers(documents);
   for (const Document& document : documents) {
-    if (!document.isToml) addFormats(document);
+    if (document.isToml) continue;
+    addFormats(document);
+    if (document.text.size() > kSmallDocument) continue;
+    for (std::size_t size = 1000; size <= 100'000'000; size *= 10) addGrowth(document, size);
+  }
+  for (const HostileKeys& hostile : kHostileKeys) {
+    if (!documents.empty()) break;
+    for (const std::size_t count : {1000u, 10'000u, 100'000u}) addHostileKeys(hostile, count);
   }
   benchmark::RunSpecifiedBenchmarks();
   return EXIT_SUCCESS;

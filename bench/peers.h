@@ -223,6 +223,17 @@ struct Nlohmann : Usual<nlohmann::json> {
 };
 #endif
 
+#ifdef BENCH_NLOHMANN
+struct NlohmannCbor {
+  static constexpr const char* kName = "cbor";
+  using Tree = nlohmann::json;
+
+  static Tree load(const std::string& text) { return Tree::parse(text); }
+  static std::vector<std::uint8_t> encode(const Tree& tree) { return Tree::to_cbor(tree); }
+  static Tree decode(const std::vector<std::uint8_t>& bytes) { return Tree::from_cbor(bytes); }
+};
+#endif
+
 #ifdef BENCH_BOOST
 struct Boost : Usual<boost::json::value, boost::json::object, boost::json::array> {
   static constexpr const char* kName = "boost";

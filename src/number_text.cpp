@@ -31,11 +31,22 @@ char* writeShort(std::uint32_t value, char* out) {
   return out + (8 - zeros);
 }
 
-char* writeUnsigned(std::uint64_t value, char* out) {
-  if (value < kEightDigits) return writeShort(static_cast<std::uint32_t>(value), out);
-  out = writeUnsigned(value / kEightDigits, out);
+/// Writes eight digits of a number, after what is in front of them.
+char* writeEight(std::uint64_t value, char* out) {
   swar::store(swar::digitsOf(static_cast<std::uint32_t>(value % kEightDigits)), out);
   return out + 8;
+}
+
+char* writeUnsigned(std::uint64_t value, char* out) {
+  if (value < kEightDigits) return writeShort(static_cast<std::uint32_t>(value), out);
+  const std::uint64_t high = value / kEightDigits;
+  if (high < kEightDigits) {
+    out = writeShort(static_cast<std::uint32_t>(high), out);
+  } else {
+    out = writeShort(static_cast<std::uint32_t>(high / kEightDigits), out);
+    out = writeEight(high, out);
+  }
+  return writeEight(value, out);
 }
 
 // --- Doubles to text -----------------------------------------------------------------------------

@@ -109,9 +109,8 @@ constexpr bool kIntegersComeFirst = std::endian::native == std::endian::big;
 /// The integer of a null, boolean or integer value, extended to 64 bits by its own signedness.
 /// Any other type gives 0.
 inline std::uint64_t integerBits(std::uint32_t type, const Payload& payload) {
-  const TypeInfo* info = findType(type);
-  if (info == nullptr || info->width == 0) return 0;
-  const unsigned unused = unusedBits(info->width);
+  if (!isInteger(type) && type != V_BOOL) return 0;
+  const unsigned unused = unusedBits(kTypes[type & 0xFF].width);
   const std::uint64_t bits = load<std::uint64_t>(payload) << (kIntegersComeFirst ? 0 : unused);
   return isSignedInteger(type)
              ? static_cast<std::uint64_t>(static_cast<std::int64_t>(bits) >> unused)

@@ -26,29 +26,30 @@ T saturate(double value) {
 /// Doubles go through a 32-bit integer where the target is at most that wide.
 template <class T>
 T doubleAs(double value) {
-  using Narrow = std::conditional_t<std::is_signed_v<T>, std::int32_t, std::uint32_t>;
-  using Wide = std::conditional_t<sizeof(T) == 8, T, Narrow>;
-  return static_cast<T>(saturate<Wide>(value));
+  if constexpr (std::is_same_v<T, double>) {
+    return value;
+  } else {
+    using Narrow = std::conditional_t<std::is_signed_v<T>, std::int32_t, std::uint32_t>;
+    using Wide = std::conditional_t<sizeof(T) == 8, T, Narrow>;
+    return static_cast<T>(saturate<Wide>(value));
+  }
 }
 
-double integerAsDouble(std::uint32_t type, std::uint64_t bits) {
-  return isSignedInteger(type) ? static_cast<double>(static_cast<std::int64_t>(bits))
-                               : static_cast<double>(bits);
+/// `bits` are those of integerBits().
+template <class T>
+T integerAs(std::uint32_t type, std::uint64_t bits) {
+  return isSignedInteger(type) ? static_cast<T>(static_cast<std::int64_t>(bits))
+                               : static_cast<T>(bits);
 }
 
 template <class T>
 T numberAs(const Variant& value, LogSite site) {
   const std::uint32_t type = typeOf(value);
-  if (isHeapType(type) || findType(type) == nullptr) {
+  if (type == V_DOUBLE) return doubleAs<T>(load<double>(payloadOf(value)));
+  if (!isInteger(type) && type != V_BOOL && type != V_NULL) {
     kLog.violation(site, "Invalid variant type: 0x%04x", type);
   }
-  if constexpr (std::is_same_v<T, double>) {
-    if (type == V_DOUBLE) return load<double>(payloadOf(value));
-    return integerAsDouble(type, integerBits(value));
-  } else {
-    if (type == V_DOUBLE) return doubleAs<T>(load<double>(payloadOf(value)));
-    return static_cast<T>(integerBits(value));
-  }
+  return integerAs<T>(type, integerBits(type, payloadOf(value)));
 }
 
 const Payload& payloadAs(VariantType type, const Variant& value, LogSite site) {

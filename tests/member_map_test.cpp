@@ -41,6 +41,30 @@ TEST(MemberMap, KeepsOrderHoweverMembersArriveAndLeave) {
   }
 }
 
+TEST(MemberMap, IteratorsGoOnWhateverChangesAroundThem) {
+  using Numbers = MemberMap<std::int64_t, int>;
+  for (void (*change)(Numbers&) : {+[](Numbers& map) { map.erase(map.find(60), map.end()); },
+                                   +[](Numbers& map) {
+                                     for (int i = 80; i < 300; ++i) map[i];
+                                   },
+                                   +[](Numbers& map) {
+                                     for (int i = 1; i < 80; i += 2) map[i];
+                                   },
+                                   +[](Numbers& map) { map.erase(map.begin()); }}) {
+    for (int start = 1; start < 25; ++start) {  // in several blocks
+      Numbers map;
+      for (int i = 0; i < 80; i += 2) map[i] = i;
+      auto place = std::next(map.begin(), start);
+      change(map);
+      for (; place != map.end(); ++place) {
+        const auto next = std::next(place);
+        ASSERT_EQ(next, map.upper_bound(place->first)) << place->first;
+        ASSERT_EQ(std::prev(next), place);
+      }
+    }
+  }
+}
+
 TEST(MemberMap, IsSparingWithMemory) {
   MemberMap<std::int64_t, int> map;
   const std::size_t allocations = tests::allocationCount();

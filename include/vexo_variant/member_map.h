@@ -360,7 +360,7 @@ class MemberMap {
     Iterator(const MemberMap* map, value_type* element) noexcept : map_(map), element_(element) {}
 
     const MemberMap* map_ = nullptr;
-    value_type* element_ = nullptr;  // null at the end
+    value_type* element_ = nullptr;   // null at the end
     value_type* blockEnd_ = nullptr;  // of the block that the element is in, where it is known
   };
 
@@ -496,24 +496,21 @@ class MemberMap {
 
   // --- Search ------------------------------------------------------------------------------------
 
-  /// The last of `count` elements in key order whose key is not above `key`, or null.
+  /// The last of `count` elements (at least one) in key order whose key is not above `key`, or
+  /// null.
   static value_type* floorInRun(value_type* run, std::uint32_t count, View key) noexcept {
-    std::uint32_t above = count;  // elements from here on are above the key
-    std::uint32_t base = 0;       // elements before this one are not
     if constexpr (std::is_integral_v<Key>) {
       const std::uint64_t guess =
           static_cast<std::uint64_t>(key) - static_cast<std::uint64_t>(run->first);
       if (guess < count && run[guess].first == key) return run + guess;
     }
-    while (base < above) {
-      const std::uint32_t middle = base + (above - base) / 2;
-      if (key < View(run[middle].first)) {
-        above = middle;
-      } else {
-        base = middle + 1;
-      }
+    const KeyProbe<Key> probe(key);
+    while (count > 1) {
+      const std::uint32_t half = count / 2;
+      run = probe.isBelow(run[half].first) ? run : run + half;
+      count -= half;
     }
-    return base == 0 ? nullptr : run + (base - 1);
+    return probe.isBelow(run->first) ? nullptr : run;
   }
 
   /// The element with the greatest key that is not above `key`, or null.

@@ -50,9 +50,25 @@ struct KeyOrder<std::string> {
   }
 };
 
-/// A B+ tree of pointers to elements (`element->first` is the key), with the prefixes of their keys,
-/// so that most comparisons stay inside one page. It owns its pages, never the elements; the keys of
-/// the elements in it are distinct.
+/// A key that is searched for. Most comparisons with others are of the prefixes alone.
+template <class Key>
+struct KeyProbe {
+  using View = typename KeyOrder<Key>::View;
+  std::uint64_t prefix;
+  View key;
+
+  explicit KeyProbe(View searched) noexcept
+      : prefix(KeyOrder<Key>::prefix(searched)), key(searched) {}
+  bool isBelow(View other) const noexcept {
+    const std::uint64_t otherPrefix = KeyOrder<Key>::prefix(other);
+    if (KeyOrder<Key>::kPrefixDecides || prefix != otherPrefix) return prefix < otherPrefix;
+    return key < other;
+  }
+};
+
+/// A B+ tree of pointers to elements (`element->first` is the key), with the prefixes of their
+/// keys, so that most comparisons stay inside one page. It owns its pages, never the elements; the
+/// keys of the elements in it are distinct.
 ///
 /// Insertion and removal are logarithmic whatever the keys. Pages never merge: a page is released
 /// when its last entry goes, so the memory is bounded by the largest size the index had.
@@ -144,12 +160,7 @@ class OrderedIndex {
   // 32^15 insertions, more than a machine does in its life.
   static constexpr std::size_t kMaxHeight = 16;
 
-  /// A key on its way down the tree.
-  struct Probe {
-    std::uint64_t prefix;
-    View key;
-    explicit Probe(View searched) : prefix(KeyOrder<Key>::prefix(searched)), key(searched) {}
-  };
+  using Probe = KeyProbe<Key>;
 
   struct Entry {
     std::uint64_t prefix;
@@ -189,9 +200,8 @@ class OrderedIndex {
       elements()[slot] = low.element;
     }
     void insertAt(std::uint32_t slot, const Entry& entry) noexcept {
-      each(this, [&](auto* own, auto*) {
-        std::copy_backward(own + slot, own + count, own + count + 1);
-      });
+      each(this,
+           [&](auto* own, auto*) { std::copy_backward(own + slot, own + count, own + count + 1); });
       ++count;
       setLow(slot, entry);
       if (height > 0) children()[slot] = entry.child;
@@ -268,7 +278,8 @@ class OrderedIndex {
     return slot > 0 && page->prefixes()[slot - 1] == probe.prefix;
   }
 
-  /// The same when the entries up to `after`, not all of them perhaps, have the prefix of the probe.
+  /// The same when the entries up to `after`, not all of them perhaps, have the prefix of the
+  /// probe.
   static std::uint32_t upperBoundOfEqual(const Page* page, std::uint32_t after,
                                          const Probe& probe) noexcept {
     const std::uint64_t* const prefixes = page->prefixes();
