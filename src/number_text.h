@@ -15,6 +15,8 @@ namespace vexo::variant {
 inline constexpr std::size_t kIntegerTextRoom = 24;
 inline constexpr std::size_t kNumberTextRoom = 328;
 
+// What is written may reach beyond the end that is returned, never beyond the room.
+
 /// Writes an integer as "%lld" where there is kIntegerTextRoom; returns the end.
 char* writeInteger(std::int64_t value, char* out);
 /// Writes an integer ("%lld", "%llu") or double ("%.6f") value where there is kNumberTextRoom, for
@@ -26,8 +28,7 @@ struct IntegerBuffer {
 };
 /// A key as "%lld".
 inline std::string_view integerText(std::int64_t value, IntegerBuffer& buffer) {
-  return {buffer.chars,
-          static_cast<std::size_t>(writeInteger(value, buffer.chars) - buffer.chars)};
+  return {buffer.chars, static_cast<std::size_t>(writeInteger(value, buffer.chars) - buffer.chars)};
 }
 
 /// What strtoll and strtoull find at the start of a text.

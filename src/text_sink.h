@@ -12,8 +12,8 @@
 namespace vexo::variant {
 
 /// Appends to a string through a pointer, making room in large steps. While the sink lives the
-/// string is longer than its text; it has the right length again when the sink goes, on failure
-/// too.
+/// string is longer than its text, and nobody else may change or move it; it has the right length
+/// again when the sink goes, on failure too.
 class TextSink {
  public:
   explicit TextSink(std::string& output) : output_(output) { setPointers(output.size()); }

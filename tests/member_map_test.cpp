@@ -69,6 +69,7 @@ TEST(MemberMap, IsSparingWithMemory) {
   MemberMap<std::int64_t, int> map;
   const std::size_t allocations = tests::allocationCount();
   map.reserve(100);
+  EXPECT_EQ(map.firstRun().end, nullptr);
   for (int i = 0; i < 100; ++i) map.append(i, i);
   map.erase(99);
   map.append(99, 99);

@@ -361,7 +361,7 @@ class MemberMap {
 
     const MemberMap* map_ = nullptr;
     value_type* element_ = nullptr;   // null at the end
-    value_type* blockEnd_ = nullptr;  // of the block that the element is in, where it is known
+    value_type* blockEnd_ = nullptr;  // see after()
   };
 
   // --- Storage -----------------------------------------------------------------------------------
@@ -449,7 +449,8 @@ class MemberMap {
   }
 
   /// `blockEnd` is the end of the block that the element is in, or null; it becomes that of the
-  /// next element.
+  /// next element. With an index it is neither used nor kept right, and as long as there are
+  /// elements for an iterator to be at, an index stays.
   value_type* after(const value_type* element, value_type*& blockEnd) const noexcept {
     if (spread()) return afterInSpread(element, blockEnd);
     const value_type* const next = element + 1;
@@ -470,7 +471,7 @@ class MemberMap {
   }
 
   Run runFromFirst() const noexcept {
-    if (root_ == nullptr) return {};
+    if (empty()) return {};
     return spread() ? runFrom(first()) : Run{elementsOf(root_), elementsOf(root_) + root_->size};
   }
   /// The element and those behind it that follow it in memory too.

@@ -80,8 +80,8 @@ class OrderedIndex {
  public:
   using View = typename KeyOrder<Key>::View;
 
-  /// Where a search ended: a new key belongs into this leaf, behind so many of its entries. Any
-  /// change of the index makes it worthless.
+  /// Where a search ended: if `after` is not 0, a new key belongs into this leaf, behind so many of
+  /// its entries; otherwise in front of all others. Any change of the index makes it worthless.
   struct Place {
     Page* leaf = nullptr;
     std::uint32_t after = 0;
@@ -241,8 +241,8 @@ class OrderedIndex {
     ::operator delete(page);
   }
 
-  /// How many of the ascending values are not above the limit. Every eighth value first, then the
-  /// eight that are left, without a jump that depends on a value: none can be foreseen.
+  /// How many of the ascending values are not above the limit. Every eighth value first, then
+  /// those between two of them, without a jump that depends on a value: none can be foreseen.
   static std::uint32_t countNotAbove(const std::uint64_t* values, std::uint32_t count,
                                      std::uint64_t limit) noexcept {
     std::uint32_t result = 0;
@@ -273,13 +273,12 @@ class OrderedIndex {
     return View(element->first) == probe.key ? element : nullptr;
   }
 
-  /// Whether there is an entry before the slot and has the prefix of the probe.
+  /// Whether there is an entry before the slot, with the prefix of the probe.
   static bool hasPrefixBefore(const Page* page, std::uint32_t slot, const Probe& probe) noexcept {
     return slot > 0 && page->prefixes()[slot - 1] == probe.prefix;
   }
 
-  /// The same when the entries up to `after`, not all of them perhaps, have the prefix of the
-  /// probe.
+  /// upperBound() when the last entries before `after` have the prefix of the probe.
   static std::uint32_t upperBoundOfEqual(const Page* page, std::uint32_t after,
                                          const Probe& probe) noexcept {
     const std::uint64_t* const prefixes = page->prefixes();
