@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <memory>
+#include <numeric>
 
 #include "number_text.h"
 #include "scalar_text.h"
@@ -34,24 +35,19 @@ void GatheringJsonBuilder::text(std::string_view text) {
 }
 
 void GatheringJsonBuilder::name(std::string_view text, bool lasting) {
-  Container& object = open_.top();
-  Name name{0, nullptr, 0, names_.size() - object.firstName};
+  Name& name = names_.push({0, nullptr, 0});
   std::int64_t key = 0;
   if (parseIntegerName(text, key)) {
     name.order = KeyOrder<std::int64_t>::prefix(key);
   } else {
     if (!lasting) text = decodedNames_.emplace_front(text);
-    name.order = KeyOrder<std::string>::prefix(text);
-    name.data = text.data();
-    name.size = text.size();
+    name = {KeyOrder<std::string>::prefix(text), text.data(), text.size()};
   }
-  if (object.isSorted && names_.size() > object.firstName) object.isSorted = names_.top() < name;
-  names_.push(name);
 }
 
 bool GatheringJsonBuilder::close() {
   const Container container = open_.top();
-  if (container.isObject && !container.isSorted && !sortNames(container)) return false;
+  if (container.isObject && !orderNames(container)) return false;
   auto map = std::make_unique<VariantMap>();
   if (container.isObject) {
     fillObject(*map, container);
@@ -66,35 +62,58 @@ bool GatheringJsonBuilder::close() {
   return true;
 }
 
-/// False when a name is repeated.
-[[gnu::noinline]] bool GatheringJsonBuilder::sortNames(const Container& object) {
-  Name* const begin = names_.begin() + object.firstName;
-  std::sort(begin, names_.end());
-  const auto notBelow = [](const Name& a, const Name& b) { return !(a < b); };
-  return std::adjacent_find(begin, names_.end(), notBelow) == names_.end();
+/// Finds the order of the object's names; false when one is repeated. Objects of a kind mostly give
+/// their names in the same order, so what was right for the last object with as many is tried
+/// first.
+bool GatheringJsonBuilder::orderNames(const Container& object) {
+  const Name* const names = names_.begin() + object.firstName;
+  const std::size_t count = names_.size() - object.firstName;
+  LastOrder& last = lastOrders_[count % kLastOrders];
+  order_.truncate(0);
+  std::uint32_t* const order = order_.pushMany(count);
+  if (last.count == count) {
+    std::copy_n(last.places, count, order);
+  } else {
+    std::iota(order, order + count, 0);
+  }
+  if (isAscending(names)) return true;
+  std::sort(order_.begin(), order_.end(),
+            [names](std::uint32_t a, std::uint32_t b) { return names[a] < names[b]; });
+  if (!isAscending(names)) return false;
+  if (count > LastOrder::kMost) return true;
+  last.count = static_cast<std::uint8_t>(count);
+  std::copy(order_.begin(), order_.end(), last.places);
+  return true;
+}
+
+/// Whether the names in the order that is supposed rise, without any twice.
+bool GatheringJsonBuilder::isAscending(const Name* names) const {
+  for (std::size_t i = 1; i < order_.size(); ++i) {
+    if (!(names[order_[i - 1]] < names[order_[i]])) return false;
+  }
+  return true;
 }
 
 void GatheringJsonBuilder::fillArray(VariantMap& map, const Container& array) {
-  const std::size_t count = values_.size() - array.firstValue;
   map.isArray = 1;
-  map.numericKeys.reserve(count);
-  for (std::size_t i = 0; i < count; ++i) {
-    moveTo(map.numericKeys.append(static_cast<std::int64_t>(i)), array.firstValue + i);
-  }
+  map.numericKeys.build(
+      values_.size() - array.firstValue, [](std::size_t i) { return static_cast<std::int64_t>(i); },
+      [&](std::size_t i, Variant& member) { moveTo(member, array.firstValue + i); });
 }
 
 void GatheringJsonBuilder::fillObject(VariantMap& map, const Container& object) {
-  Name* const begin = names_.begin() + object.firstName;
-  Name* const strings =
-      std::partition_point(begin, names_.end(), [](const Name& name) { return name.isInteger(); });
-  map.numericKeys.reserve(static_cast<std::size_t>(strings - begin));
-  map.stringKeys.reserve(static_cast<std::size_t>(names_.end() - strings));
-  for (const Name* name = begin; name != strings; ++name) {
-    moveTo(map.numericKeys.append(name->integer()), object.firstValue + name->value);
-  }
-  for (const Name* name = strings; name != names_.end(); ++name) {
-    moveTo(map.stringKeys.append(name->text()), object.firstValue + name->value);
-  }
+  const Name* const names = names_.begin() + object.firstName;
+  const std::uint32_t* const integers = order_.begin();
+  const std::uint32_t* const texts = std::partition_point(
+      order_.begin(), order_.end(), [names](std::uint32_t i) { return names[i].isInteger(); });
+  map.numericKeys.build(
+      static_cast<std::size_t>(texts - integers),
+      [&](std::size_t i) { return names[integers[i]].integer(); },
+      [&](std::size_t i, Variant& member) { moveTo(member, object.firstValue + integers[i]); });
+  map.stringKeys.build(
+      static_cast<std::size_t>(order_.end() - texts),
+      [&](std::size_t i) { return names[texts[i]].text(); },
+      [&](std::size_t i, Variant& member) { moveTo(member, object.firstValue + texts[i]); });
 }
 
 void GatheringJsonBuilder::moveTo(Variant& member, std::size_t value) {

@@ -57,8 +57,8 @@ class GatheringJsonBuilder {
   std::size_t depth() const { return open_.size(); }
   bool inObject() { return open_.top().isObject; }
 
-  void openArray() { open_.push({values_.size(), names_.size(), false, true}); }
-  void openObject() { open_.push({values_.size(), names_.size(), true, true}); }
+  void openArray() { open_.push({values_.size(), names_.size(), false}); }
+  void openObject() { open_.push({values_.size(), names_.size(), true}); }
   bool close();
   bool element() { return true; }
   /// `lasting` tells that the text is a part of the input.
@@ -77,15 +77,14 @@ class GatheringJsonBuilder {
     std::size_t firstValue;
     std::size_t firstName;
     bool isObject;
-    bool isSorted;
   };
 
-  /// A member name; integer names (whose `data` is null) come before all others.
+  /// The name of the value at the same place in an object; integer names (whose `data` is null)
+  /// come before all others.
   struct Name {
     std::uint64_t order;  // the integer, or the first bytes of the text
     const char* data;
     std::size_t size;
-    std::size_t value;  // which value of the object it names
 
     bool isInteger() const { return data == nullptr; }
     std::string_view text() const { return {data, size}; }
@@ -98,7 +97,16 @@ class GatheringJsonBuilder {
   };
   static constexpr std::uint64_t kSignBit = std::uint64_t{1} << 63;
 
-  bool sortNames(const Container& object);
+  /// The order of an object's names that was found last.
+  struct LastOrder {
+    static constexpr std::size_t kMost = 64;
+    std::uint8_t count = 0;
+    std::uint8_t places[kMost];
+  };
+  static constexpr std::size_t kLastOrders = 16;
+
+  bool orderNames(const Container& object);
+  bool isAscending(const Name* names) const;
   void fillArray(VariantMap& map, const Container& array);
   void fillObject(VariantMap& map, const Container& object);
   void moveTo(Variant& member, std::size_t value);
@@ -109,6 +117,8 @@ class GatheringJsonBuilder {
   PodStack<Name, 32> names_;
   PodStack<Container, 16> open_;
   std::forward_list<std::string> decodedNames_;
+  PodStack<std::uint32_t, LastOrder::kMost> order_;  // the places of names, ascending by name
+  LastOrder lastOrders_[kLastOrders];                // by the lowest bits of their counts
 };
 
 }  // namespace vexo::variant

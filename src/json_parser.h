@@ -7,6 +7,7 @@
 
 #include "ascii.h"
 #include "number_text.h"
+#include "swar.h"
 #include "text_cursor.h"
 
 namespace vexo::variant {
@@ -22,10 +23,21 @@ namespace vexo::variant {
 template <class Builder>
 class JsonParser {
  public:
-  JsonParser(TextCursor& cursor, Builder& builder) : cursor_(cursor), builder_(builder) {}
+  /// `scratch` is for strings with escapes.
+  JsonParser(const TextCursor& cursor, Builder& builder, std::string& scratch)
+      : cursor_(cursor), builder_(builder), scratch_(scratch) {}
 
-  /// Reads a gap and one value.
-  bool parse() {
+  const TextCursor& cursor() const { return cursor_; }
+
+  /// Reads a gap and one value, and the gap behind it if so told.
+  bool parse(bool withGap) { return parseValue() && (!withGap || cursor_.skipGap()); }
+
+ private:
+  /// What is to be read next: the steps return to parseValue(), so that none calls another in
+  /// depth.
+  enum class Next { kValue, kAfterValue, kDone, kFailed };
+
+  bool parseValue() {
     Next next = Next::kValue;
     while (next == Next::kValue || next == Next::kAfterValue) {
       next = next == Next::kAfterValue ? afterValue()
@@ -34,10 +46,6 @@ class JsonParser {
     }
     return next == Next::kDone;
   }
-
- private:
-  /// What is to be read next: the steps return to parse(), so that none calls another in depth.
-  enum class Next { kValue, kAfterValue, kDone, kFailed };
 
   Next fail(const char* reason) {
     cursor_.fail(reason);
@@ -91,7 +99,7 @@ class JsonParser {
   /// What follows a value in the container around it.
   Next afterValue() {
     if (builder_.depth() == 0) return Next::kDone;
-    if (!cursor_.skipGap()) return Next::kFailed;
+    if (!cursor_.at(',') && !cursor_.skipGap()) return Next::kFailed;
     if (cursor_.at(',')) {
       cursor_.advance();
       if (!cursor_.skipGap()) return Next::kFailed;
@@ -111,7 +119,7 @@ class JsonParser {
     std::string_view name;
     if (!cursor_.readQuoted(scratch_, name)) return Next::kFailed;
     builder_.name(name, name.data() != scratch_.data());
-    if (!cursor_.skipGap()) return Next::kFailed;
+    if (!cursor_.at(':') && !cursor_.skipGap()) return Next::kFailed;
     if (!cursor_.at(':')) return fail("expected ':' after member name");
     cursor_.advance();
     return Next::kValue;
@@ -124,9 +132,15 @@ class JsonParser {
     return Next::kAfterValue;
   }
 
-  /// The word is in lower case; the text need not be.
+  /// The word, whose first letter is known to be there, is in lower case; the text need not be.
   bool takeWord(std::string_view word) {
-    if (!ascii::equal(cursor_.rest().substr(0, word.size()), word)) {
+    constexpr std::size_t kTail = 4;  // each word has at least so many letters
+    constexpr std::uint32_t kToLower = 0x20202020;
+    const auto tailOf = [&](const char* text) {
+      return swar::load<std::uint32_t>(text + word.size() - kTail) | kToLower;
+    };
+    const std::string_view rest = cursor_.rest();
+    if (rest.size() < word.size() || tailOf(rest.data()) != tailOf(word.data())) {
       return cursor_.fail("expected true, false or null");
     }
     cursor_.advance(word.size());
@@ -153,9 +167,9 @@ class JsonParser {
     return Next::kAfterValue;
   }
 
-  TextCursor& cursor_;
+  TextCursor cursor_;
   Builder& builder_;
-  std::string scratch_;
+  std::string& scratch_;
 };
 
 }  // namespace vexo::variant

@@ -31,26 +31,26 @@ constexpr std::array<char, 256> kEscapes = [] {
 
 constexpr char escapeOf(char c) { return kEscapes[static_cast<unsigned char>(c)]; }
 
-/// Of each byte the first that may need an escape is marked.
-std::uint64_t marksOfEscapes(std::uint64_t bytes) {
-  return swar::marksOfControls(bytes) | swar::marksOf(bytes, '"') | swar::marksOf(bytes, '/') |
-         swar::marksOf(bytes, '\\');
+using swar::Chunk;
+
+/// Marks the bytes that may need an escape.
+Chunk::Marks marksOfEscapes(const Chunk& bytes) {
+  return bytes.marksOfControls() | bytes.marksOf('"') | bytes.marksOf('/') | bytes.marksOf('\\');
 }
 
 constexpr std::size_t kMostEscaped = 2;  // bytes for one
-constexpr std::size_t kAtOnce = sizeof(std::uint64_t);
 
-/// Copies a text with its escapes, eight bytes at a time where there are none. There must be room
-/// for kMostEscaped bytes for each byte, and for eight more. Returns the end.
+/// Copies a text with its escapes, a chunk at a time where there are none. There must be room for
+/// kMostEscaped bytes for each byte, and for a chunk more. Returns the end.
 char* copyEscaped(std::string_view text, char* out) {
   const char* at = text.data();
   const char* const end = at + text.size();
   while (at != end) {
-    const std::size_t count = std::min(static_cast<std::size_t>(end - at), kAtOnce);
-    const std::uint64_t bytes = count == kAtOnce ? swar::load(at) : swar::loadPart(at, count);
-    const std::uint64_t marks = marksOfEscapes(bytes);
-    const std::size_t plain = std::min(marks == 0 ? kAtOnce : swar::firstMark(marks), count);
-    swar::store(bytes, out);
+    const std::size_t count = std::min(static_cast<std::size_t>(end - at), Chunk::kSize);
+    const Chunk bytes = count == Chunk::kSize ? Chunk(at) : Chunk::part(at, count);
+    const Chunk::Marks marks = marksOfEscapes(bytes);
+    const std::size_t plain = std::min(marks == 0 ? count : Chunk::first(marks), count);
+    bytes.store(out);
     at += plain;
     out += plain;
     if (plain == count) continue;
@@ -181,7 +181,7 @@ void JsonWriter::escaped(std::string_view text) {
   do {
     const std::string_view part = text.substr(0, kPart);
     text.remove_prefix(part.size());
-    char* out = output_.room(kMostEscaped * part.size() + kAtOnce + 2);
+    char* out = output_.room(kMostEscaped * part.size() + Chunk::kSize + 2);
     if (isFirst) *out++ = '"';
     isFirst = false;
     out = copyEscaped(part, out);

@@ -3,6 +3,7 @@
 #define VEXO_VARIANT_SRC_JSON_WRITER_H
 
 #include <string>
+#include <string_view>
 
 #include "text_sink.h"
 #include "tree_walk.h"
@@ -22,8 +23,9 @@ class JsonWriter : public TreeVisitor<const Variant> {
     bool isFirst;
   };
 
-  JsonWriter(std::string& output, JsonLayout layout, unsigned int depth)
-      : output_(output), layout_(layout), depth_(depth) {}
+  JsonWriter(JsonLayout layout, unsigned int depth) : layout_(layout), depth_(depth) {}
+
+  const TextSink& text() const { return output_; }
 
   /// The prefix of the next value: indentation, type, and a name that is already quoted (or empty).
   void prefix(const Variant& value, std::string_view name);

@@ -106,10 +106,21 @@ char* writeDouble(double value, char* out) {
 
 // --- Text to numbers -----------------------------------------------------------------------------
 
+constexpr std::array<std::uint32_t, 8> kPowers = {1,     10,     100,     1000,
+                                                  10000, 100000, 1000000, 10000000};
+
 /// Reads decimal digits into `number`, modulo 2^64, and returns where they end.
 const char* readDigits(const char* at, const char* end, std::uint64_t& number) {
-  for (; end - at >= 8 && swar::areDigits(swar::load(at)); at += 8) {
-    number = number * kEightDigits + swar::numberOf(swar::load(at));
+  for (; end - at >= 8; at += 8) {
+    const std::uint64_t text = swar::load(at);
+    const std::uint64_t others = swar::marksOfNonDigits(text);
+    if (others != 0) {
+      const std::size_t count = swar::firstMark(others);
+      const std::uint64_t behindZeros = text << (8 * (7 - count)) << 8;
+      number = number * kPowers[count] + swar::numberOf(behindZeros);
+      return at + count;
+    }
+    number = number * kEightDigits + swar::numberOf(text);
   }
   for (; at != end && ascii::isDigit(*at); ++at) {
     number = number * 10 + static_cast<std::uint64_t>(*at - '0');

@@ -2,11 +2,12 @@
 #ifndef VEXO_VARIANT_SRC_POD_STACK_H
 #define VEXO_VARIANT_SRC_POD_STACK_H
 
+#include <algorithm>
 #include <cstddef>
 #include <cstring>
-#include <memory>
 #include <new>
 #include <type_traits>
+#include <utility>
 
 namespace vexo::variant {
 
@@ -20,39 +21,50 @@ class PodStack {
   PodStack(const PodStack&) = delete;
   PodStack& operator=(const PodStack&) = delete;
   ~PodStack() {
-    if (items_ != inlineItems()) ::operator delete(items_);
+    if (begin_ != inlineItems()) ::operator delete(begin_);
   }
 
-  bool empty() const { return size_ == 0; }
-  std::size_t size() const { return size_; }
-  T* begin() { return items_; }
-  T* end() { return items_ + size_; }
-  T& top() { return items_[size_ - 1]; }
-  T& operator[](std::size_t i) { return items_[i]; }
+  bool empty() const { return end_ == begin_; }
+  std::size_t size() const { return static_cast<std::size_t>(end_ - begin_); }
+  T* begin() { return begin_; }
+  T* end() { return end_; }
+  T& top() { return end_[-1]; }
+  T& operator[](std::size_t i) { return begin_[i]; }
+  const T& operator[](std::size_t i) const { return begin_[i]; }
 
   T& push(const T& item) {
-    if (size_ == capacity_) [[unlikely]]
-      grow();
-    return *::new (static_cast<void*>(items_ + size_++)) T(item);
+    if (end_ == limit_) [[unlikely]]
+      grow(1);
+    return *::new (static_cast<void*>(end_++)) T(item);
   }
-  void pop() { --size_; }
-  void truncate(std::size_t size) { size_ = size; }
+  /// Adds `count` records, which the caller gives their content, and returns the first.
+  T* pushMany(std::size_t count) {
+    if (static_cast<std::size_t>(limit_ - end_) < count) [[unlikely]]
+      grow(count);
+    return std::exchange(end_, end_ + count);
+  }
+  void pop() { --end_; }
+  void truncate(std::size_t size) { end_ = begin_ + size; }
 
  private:
   T* inlineItems() { return reinterpret_cast<T*>(inline_); }
 
-  __attribute__((noinline)) void grow() {
-    T* larger = static_cast<T*>(::operator new(2 * capacity_ * sizeof(T)));
-    std::memcpy(static_cast<void*>(larger), items_, size_ * sizeof(T));
-    if (items_ != inlineItems()) ::operator delete(items_);
-    items_ = larger;
-    capacity_ *= 2;
+  __attribute__((noinline)) void grow(std::size_t count) {
+    const std::size_t size = this->size();
+    const std::size_t capacity =
+        std::max(2 * static_cast<std::size_t>(limit_ - begin_), size + count);
+    T* larger = static_cast<T*>(::operator new(capacity * sizeof(T)));
+    std::memcpy(static_cast<void*>(larger), begin_, size * sizeof(T));
+    if (begin_ != inlineItems()) ::operator delete(begin_);
+    begin_ = larger;
+    end_ = larger + size;
+    limit_ = larger + capacity;
   }
 
   alignas(T) std::byte inline_[kInline * sizeof(T)];
-  T* items_ = inlineItems();
-  std::size_t size_ = 0;
-  std::size_t capacity_ = kInline;
+  T* begin_ = inlineItems();
+  T* end_ = begin_;
+  T* limit_ = begin_ + kInline;
 };
 
 }  // namespace vexo::variant

@@ -1,4 +1,4 @@
-// Eight bytes of text at once.
+// Eight or more bytes of text at once.
 #ifndef VEXO_VARIANT_SRC_SWAR_H
 #define VEXO_VARIANT_SRC_SWAR_H
 
@@ -10,6 +10,10 @@
 #include <string_view>
 
 #include "vexo_variant/byte_order.h"
+
+#ifdef __SSE2__
+#include <emmintrin.h>
+#endif
 
 namespace vexo::variant::swar {
 
@@ -33,8 +37,8 @@ inline void store(std::uint64_t word, char* bytes) {
 /// Like load() of fewer than eight bytes; the bytes behind them are 0.
 inline std::uint64_t loadPart(const char* bytes, std::size_t count) {
   if (count >= 4) {  // two parts that may overlap
-    return load<std::uint32_t>(bytes) |
-           std::uint64_t{load<std::uint32_t>(bytes + count - 4)} << (8 * (count - 4));
+    return load<std::uint32_t>(bytes) | std::uint64_t{load<std::uint32_t>(bytes + count - 4)}
+                                            << (8 * (count - 4));
   }
   const auto at = [bytes](std::size_t i) {
     return std::uint64_t{static_cast<unsigned char>(bytes[i])} << (8 * i);
@@ -63,13 +67,69 @@ constexpr std::size_t firstMark(std::uint64_t marks) {
   return static_cast<std::size_t>(std::countr_zero(marks)) / 8;
 }
 
-/// Whether all bytes are decimal digits.
-constexpr bool areDigits(std::uint64_t word) {
+/// Sixteen bytes of a text where the processor compares as many at once, otherwise eight.
+#ifdef __SSE2__
+class Chunk {
+ public:
+  static constexpr std::size_t kSize = 16;
+  using Marks = unsigned;  // a bit for each byte
+
+  explicit Chunk(const char* text)
+      : bytes_(_mm_loadu_si128(reinterpret_cast<const __m128i*>(text))) {}
+  /// Fewer bytes than kSize; those behind them are 0.
+  static Chunk part(const char* text, std::size_t count) {
+    if (count <= 8) return Chunk(loadPart(text, count), 0);
+    return Chunk(load(text), load(text + count - 8) >> (8 * (kSize - count)));
+  }
+  void store(char* out) const { _mm_storeu_si128(reinterpret_cast<__m128i*>(out), bytes_); }
+
+  Marks marksOf(char c) const { return marks(_mm_cmpeq_epi8(bytes_, _mm_set1_epi8(c))); }
+  Marks marksOfOthers(char c) const { return marksOf(c) ^ 0xFFFF; }
+  Marks marksOfControls() const {
+    return marks(_mm_cmpeq_epi8(_mm_min_epu8(bytes_, _mm_set1_epi8(0x1F)), bytes_));
+  }
+  static std::size_t first(Marks marks) {
+    return static_cast<std::size_t>(std::countr_zero(marks));
+  }
+
+ private:
+  Chunk(std::uint64_t low, std::uint64_t high)
+      : bytes_(_mm_set_epi64x(static_cast<long long>(high), static_cast<long long>(low))) {}
+  static Marks marks(__m128i bytes) { return static_cast<Marks>(_mm_movemask_epi8(bytes)); }
+
+  __m128i bytes_;
+};
+#else
+class Chunk {
+ public:
+  static constexpr std::size_t kSize = 8;
+  using Marks = std::uint64_t;
+
+  explicit Chunk(const char* text) : bytes_(load(text)) {}
+  /// Fewer bytes than kSize; those behind them are 0.
+  static Chunk part(const char* text, std::size_t count) { return Chunk(loadPart(text, count)); }
+  void store(char* out) const { swar::store(bytes_, out); }
+
+  Marks marksOf(char c) const { return swar::marksOf(bytes_, c); }
+  Marks marksOfOthers(char c) const { return bytes_ ^ repeat(c); }
+  Marks marksOfControls() const { return swar::marksOfControls(bytes_); }
+  static std::size_t first(Marks marks) { return firstMark(marks); }
+
+ private:
+  explicit Chunk(std::uint64_t bytes) : bytes_(bytes) {}
+
+  std::uint64_t bytes_;
+};
+#endif
+
+/// Marks what is no decimal digit.
+constexpr std::uint64_t marksOfNonDigits(std::uint64_t word) {
   constexpr std::uint64_t kHighHalves = kOnes * 0xF0;
-  return ((word & kHighHalves) | ((word + kOnes * 6) & kHighHalves) >> 4) == repeat('3');
+  return ((word & kHighHalves) | ((word + kOnes * 6) & kHighHalves) >> 4) ^ repeat('3');
 }
 
-/// The number that eight digits stand for: neighbours are joined to pairs, to fours, to one.
+/// The number that eight digits, or zero bytes in their place, stand for: neighbours are joined to
+/// pairs, to fours, to one.
 constexpr std::uint64_t numberOf(std::uint64_t digits) {
   digits = (digits & kOnes * 0x0F) * (1 + (10 << 8)) >> 8;
   digits = (digits & 0x00FF00FF00FF00FF) * (1 + (100 << 16)) >> 16;

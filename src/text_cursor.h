@@ -15,6 +15,9 @@ namespace vexo::variant {
 
 /// The bytes need not end in a zero byte, which is a byte like any other. The cursor remembers its
 /// first failure; what fails returns false.
+///
+/// No function that is called, rather than inlined, gets the address of a cursor, so that one that
+/// is a local variable lives in registers: what is rare is done by static functions.
 class TextCursor {
  public:
   TextCursor(const char* data, std::size_t length)
@@ -28,41 +31,55 @@ class TextCursor {
   std::size_t left() const { return static_cast<std::size_t>(end_ - here_); }
   std::string_view rest() const { return {here_, left()}; }
 
-  std::size_t errorOffset() const { return errorOffset_; }
+  std::size_t errorOffset() const { return static_cast<std::size_t>(failedAt_ - data_); }
   const char* reason() const { return reason_; }
   bool failed() const { return reason_ != nullptr; }
-  bool failAt(std::size_t offset, const char* reason) {
-    if (!failed()) {
-      errorOffset_ = offset;
-      reason_ = reason;
-    }
-    return false;
-  }
-  bool fail(const char* reason) { return failAt(position(), reason); }
+  bool fail(const char* reason) { return failAt(here_, reason); }
 
   /// Steps over white space and comments.
   bool skipGap() {
-    const std::size_t spaces = at(' ') ? 1 : 0;  // there is seldom more than one
-    if (left() > spaces && classOf(here_[spaces]) == kOther) {
-      advance(spaces);
-      return true;
-    }
-    return skipLongGap();
+    if (!atEnd() && classOf(peek()) == kOther) return true;
+    return follow(endOfGap(here_, end_));
   }
 
   /// Reads the string whose opening quote is here. The text is a part of the input, or, where it
   /// has escapes, is decoded into `scratch`.
   bool readQuoted(std::string& scratch, std::string_view& text) {
     const char* const first = here_ + 1;
-    advance();
-    skipPlain();
-    if (!at('"')) return readEscaped(first, scratch, text);
+    here_ = endOfPlain(first, end_);
+    if (!at('"')) {
+      if (!follow(decodeQuoted(first, here_, end_, scratch))) return false;
+      text = scratch;
+      return true;
+    }
     text = {first, static_cast<std::size_t>(here_ - first)};
     advance();
     return true;
   }
 
  private:
+  using Chunk = swar::Chunk;
+
+  /// How far a step came, or, with a reason, where it failed.
+  struct Step {
+    const char* at;
+    const char* reason;
+  };
+
+  bool follow(const Step& step) {
+    if (step.reason != nullptr) return failAt(step.at, step.reason);
+    here_ = step.at;
+    return true;
+  }
+
+  bool failAt(const char* at, const char* reason) {
+    if (!failed()) {
+      failedAt_ = at;
+      reason_ = reason;
+    }
+    return false;
+  }
+
   enum ByteClass : std::uint8_t { kOther, kBlank, kComment };
 
   static constexpr std::array<std::uint8_t, 256> kClasses = [] {
@@ -76,13 +93,11 @@ class TextCursor {
     return static_cast<ByteClass>(kClasses[static_cast<unsigned char>(c)]);
   }
 
-  [[gnu::noinline]] bool skipLongGap() {
-    for (;;) {
-      here_ = endOfBlanks(here_, end_);
-      if (atEnd()) return true;
-      if (classOf(peek()) == kOther) return true;
-      if (!skipComment()) return false;
-    }
+  static Step endOfGap(const char* at, const char* end) {
+    at = endOfBlanks(at, end);
+    if (at == end || classOf(*at) == kOther) [[likely]]
+      return {at, nullptr};
+    return endOfComments(at, end);
   }
 
   static const char* endOfBlanks(const char* at, const char* end) {
@@ -90,80 +105,81 @@ class TextCursor {
     return at;
   }
 
-  /// Indentation is runs of spaces: eight at a time, as long as there are eight bytes.
+  /// Indentation is runs of spaces: a chunk at a time, as long as there is a whole one.
   static const char* endOfSpaces(const char* at, const char* end) {
-    while (end - at >= 8) {
-      const std::uint64_t others = swar::load(at) ^ swar::repeat(' ');
-      if (others != 0) return at + swar::firstMark(others);
-      at += 8;
+    for (; static_cast<std::size_t>(end - at) >= Chunk::kSize; at += Chunk::kSize) {
+      const Chunk::Marks others = Chunk(at).marksOfOthers(' ');
+      if (others != 0) return at + Chunk::first(others);
     }
     return at;
   }
 
-  bool skipComment() {
-    const std::size_t start = position();
-    if (peek() == '#' || rest().substr(0, 2) == "//") {
-      return skipPast("\n", start, 1, "expected a line feed to end the comment that begins here");
+  /// The end of a gap that goes on with a comment.
+  [[gnu::noinline]] static Step endOfComments(const char* at, const char* end) {
+    while (at != end && classOf(*at) == kComment) {
+      const Step comment = endOfComment({at, static_cast<std::size_t>(end - at)});
+      if (comment.reason != nullptr) return comment;
+      at = endOfBlanks(comment.at, end);
     }
-    if (rest().substr(0, 2) == "/*") {
-      return skipPast("*/", start, 2, "expected '*/' to end the comment that begins here");
-    }
-    return failAt(start + 1, "expected '/' or '*' to begin a comment");
+    return {at, nullptr};
   }
 
-  bool skipPast(std::string_view mark, std::size_t start, std::size_t from, const char* reason) {
-    const std::size_t found = rest().find(mark, from);
-    if (found == std::string_view::npos) return failAt(start, reason);
-    advance(found + mark.size());
-    return true;
+  static Step endOfComment(std::string_view text) {
+    if (text.front() == '#' || text.starts_with("//")) {
+      return endBehind("\n", text, 1, "expected a line feed to end the comment that begins here");
+    }
+    if (text.starts_with("/*")) {
+      return endBehind("*/", text, 2, "expected '*/' to end the comment that begins here");
+    }
+    return {text.data() + 1, "expected '/' or '*' to begin a comment"};
   }
 
-  /// Steps to the next quote or backslash, eight bytes at a time.
-  void skipPlain() {
-    for (; left() >= sizeof(std::uint64_t); advance(sizeof(std::uint64_t))) {
-      const std::uint64_t bytes = swar::load(here_);
-      const std::uint64_t marks = swar::marksOf(bytes, '"') | swar::marksOf(bytes, '\\');
-      if (marks != 0) return advance(swar::firstMark(marks));
-    }
-    while (!atEnd() && peek() != '"' && peek() != '\\') advance();
+  static Step endBehind(std::string_view mark, std::string_view text, std::size_t from,
+                        const char* reason) {
+    const std::size_t found = text.find(mark, from);
+    if (found == std::string_view::npos) return {text.data(), reason};
+    return {text.data() + found + mark.size(), nullptr};
   }
 
-  /// Goes on with a string that begins at `first` and is plain up to here.
-  [[gnu::noinline]] bool readEscaped(const char* first, std::string& scratch,
-                                     std::string_view& text) {
-    scratch.assign(first, here_);
-    while (at('\\')) {
-      if (!readEscape(scratch)) return false;
-      const char* const plain = here_;
-      skipPlain();
-      scratch.append(plain, here_);
+  /// The next quote or backslash, or the end, a chunk at a time.
+  static const char* endOfPlain(const char* at, const char* end) {
+    for (; static_cast<std::size_t>(end - at) >= Chunk::kSize; at += Chunk::kSize) {
+      const Chunk chunk(at);
+      const Chunk::Marks marks = chunk.marksOf('"') | chunk.marksOf('\\');
+      if (marks != 0) return at + Chunk::first(marks);
     }
-    if (atEnd()) {
-      const auto quote = static_cast<std::size_t>(first - data_) - 1;
-      return failAt(quote, "expected '\"' to end the string that begins here");
-    }
-    advance();
-    text = scratch;
-    return true;
+    while (at != end && *at != '"' && *at != '\\') ++at;
+    return at;
   }
 
-  bool readEscape(std::string& output) {
+  /// Decodes the string that begins at `first`, behind its quote, and is plain up to `at`.
+  [[gnu::noinline]] static Step decodeQuoted(const char* first, const char* at, const char* end,
+                                             std::string& output) {
+    output.assign(first, at);
+    while (at != end && *at == '\\') {
+      const char byte = end - at < 2 ? '\0' : byteOfEscape(at[1]);
+      if (byte == '\0') return {at, R"(expected one of the escapes \b \f \n \r \t \" \\ \/)"};
+      output += byte;
+      const char* const plain = at + 2;
+      at = endOfPlain(plain, end);
+      output.append(plain, at);
+    }
+    if (at == end) return {first - 1, "expected '\"' to end the string that begins here"};
+    return {at + 1, nullptr};
+  }
+
+  /// The byte that a letter behind a backslash stands for, or 0.
+  static char byteOfEscape(char letter) {
     constexpr std::string_view kLetters = "bfnrt\"\\/";
     constexpr std::string_view kBytes = "\b\f\n\r\t\"\\/";
-    const std::size_t letter =
-        rest().size() < 2 ? std::string_view::npos : kLetters.find(rest()[1]);
-    if (letter == std::string_view::npos) {
-      return fail(R"(expected one of the escapes \b \f \n \r \t \" \\ \/)");
-    }
-    output += kBytes[letter];
-    advance(2);
-    return true;
+    const std::size_t place = kLetters.find(letter);
+    return place == std::string_view::npos ? '\0' : kBytes[place];
   }
 
   const char* data_;
   const char* here_;
   const char* end_;
-  std::size_t errorOffset_ = 0;
+  const char* failedAt_ = data_;
   const char* reason_ = nullptr;
 };
 

@@ -5,27 +5,26 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstring>
-#include <new>
+#include <memory>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace vexo::variant {
 
-/// Appends to a string through a pointer, making room in large steps. While the sink lives the
-/// string is longer than its text, and nobody else may change or move it; it has the right length
-/// again when the sink goes, on failure too.
+/// Gathers text in parts that never move, the first of them inside the sink, and gives it away at
+/// once: a growing string would be copied again and again.
 class TextSink {
  public:
-  explicit TextSink(std::string& output) : output_(output) { setPointers(output.size()); }
+  TextSink() = default;
   TextSink(const TextSink&) = delete;
   TextSink& operator=(const TextSink&) = delete;
-  ~TextSink() { output_.resize(size()); }
 
   /// The place for the next bytes, with room for `count`. What was written there becomes text with
   /// advanceTo().
   char* room(std::size_t count) {
     if (static_cast<std::size_t>(end_ - here_) < count) [[unlikely]]
-      grow(count);
+      addPart(count);
     return here_;
   }
   void advanceTo(char* end) { here_ = end; }
@@ -44,26 +43,47 @@ class TextSink {
     here_ += count;
   }
 
+  /// Appends the whole text, or nothing when memory runs out.
+  void appendTo(std::string& output) const {
+    const std::string_view last = textOfLast();
+    std::size_t size = output.size() + last.size();
+    for (const Part& part : full_) size += part.size;
+    output.reserve(size);
+    const char* begin = first_;
+    for (const Part& part : full_) {
+      output.append(begin, part.size);
+      begin = part.next.get();
+    }
+    output += last;
+  }
+
  private:
-  std::size_t size() const { return static_cast<std::size_t>(here_ - output_.data()); }
-  void setPointers(std::size_t size) {
-    here_ = output_.data() + size;
-    end_ = output_.data() + output_.size();
+  /// A part that is full, and the place of the one behind it.
+  struct Part {
+    std::size_t size;
+    std::unique_ptr<char[]> next;
+  };
+
+  std::string_view textOfLast() const {
+    const char* const begin = full_.empty() ? first_ : full_.back().next.get();
+    return {begin, static_cast<std::size_t>(here_ - begin)};
   }
 
-  __attribute__((noinline)) void grow(std::size_t count) {
-    constexpr std::size_t kFirst = 240;
-    const std::size_t size = this->size();
-    const std::size_t largest = output_.max_size();
-    if (count > largest - size) throw std::bad_alloc();
-    const std::size_t ample = size > largest / 2 ? largest : std::max(2 * size, kFirst);
-    output_.resize(std::max(size + count, ample));
-    setPointers(size);
+  __attribute__((noinline)) void addPart(std::size_t count) {
+    constexpr std::size_t kMostDoublings = 5;
+    const std::size_t size =
+        std::max(count, kFirst << std::min<std::size_t>(full_.size() + 1, kMostDoublings));
+    full_.push_back({textOfLast().size(), std::unique_ptr<char[]>(new char[size])});
+    here_ = full_.back().next.get();
+    end_ = here_ + size;
   }
 
-  std::string& output_;
-  char* here_;  // where the next byte goes
-  char* end_;   // of the room
+  static constexpr std::size_t kFirst = 2048;
+
+  char first_[kFirst];
+  std::vector<Part> full_;
+  char* here_ = first_;  // where the next byte goes
+  char* end_ = first_ + kFirst;
 };
 
 }  // namespace vexo::variant

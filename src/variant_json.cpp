@@ -18,7 +18,11 @@ constexpr std::size_t kMaxLength = std::numeric_limits<std::int32_t>::max();
 /// Reads one value, and the gap behind it if so told.
 template <class Builder>
 bool readWith(Builder& builder, TextCursor& cursor, bool withGap) {
-  return JsonParser<Builder>(cursor, builder).parse() && (!withGap || cursor.skipGap());
+  std::string scratch;
+  JsonParser<Builder> parser(cursor, builder, scratch);
+  const bool done = parser.parse(withGap);
+  cursor = parser.cursor();
+  return done;
 }
 
 /// The fast way, which fails without a trace: `target` must be null.
@@ -57,11 +61,11 @@ int readText(TextCursor& cursor, Variant& target) {
 
 bool Variant::ToJSON(const std::string& key, std::string& output, bool pretty, bool withTypes,
                      unsigned int depth) const {
-  // NOLINTNEXTLINE(performance-unnecessary-copy-initialization): it may be the output itself
-  const std::string name = key;
-  JsonWriter writer(output, {pretty, withTypes}, depth);
-  writer.prefix(*this, name);
-  return walkTree(*this, writer);
+  JsonWriter writer({pretty, withTypes}, depth);
+  writer.prefix(*this, key);
+  const bool done = walkTree(*this, writer);
+  writer.text().appendTo(output);
+  return done;
 }
 
 bool Variant::ToJSON(std::string& output, bool pretty) const {

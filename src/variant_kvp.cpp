@@ -29,12 +29,10 @@ class KvpWriter : public TreeVisitor<const Variant> {
     std::size_t pathLength;  // of the map
   };
 
-  /// Takes copies: the texts may be the output itself.
-  KvpWriter(std::string& output, std::string prefix, std::string separator, std::string lineEnd)
-      : output_(output),
-        path_(std::move(prefix)),
-        separator_(std::move(separator)),
-        lineEnd_(std::move(lineEnd)) {}
+  KvpWriter(const std::string& prefix, std::string_view separator, std::string_view lineEnd)
+      : path_(prefix), separator_(separator), lineEnd_(lineEnd) {}
+
+  const TextSink& text() const { return output_; }
 
   static bool isInner(const Variant& value) { return typeOf(value) == V_MAP; }
 
@@ -57,7 +55,7 @@ class KvpWriter : public TreeVisitor<const Variant> {
   bool stringMember(Mark& mark, const std::string& key, const Variant&) {
     if (key.find(separator_) != std::string::npos) {
       kLog.error(kFunction, "keys can not contain `%s` separator when serialized into KVP",
-                 separator_.c_str());
+                 std::string(separator_).c_str());
       return false;
     }
     extendPath(mark, key);
@@ -88,8 +86,8 @@ class KvpWriter : public TreeVisitor<const Variant> {
 
   TextSink output_;
   std::string path_;
-  const std::string separator_;
-  const std::string lineEnd_;
+  const std::string_view separator_;
+  const std::string_view lineEnd_;
 };
 
 struct KvpRules {
@@ -275,8 +273,10 @@ bool Variant::ToKVP(std::string& output, const std::string& separator,
 
 bool Variant::ToInternalKVP(std::string& output, const std::string& prefix,
                             const std::string& separator, const std::string& lineEnd) const {
-  KvpWriter writer(output, prefix, separator, lineEnd);
-  return walkTree(*this, writer);
+  KvpWriter writer(prefix, separator, lineEnd);
+  const bool done = walkTree(*this, writer);
+  writer.text().appendTo(output);
+  return done;
 }
 
 bool Variant::ToKVPFile(const std::string& path, const std::string& separator,

@@ -72,10 +72,10 @@ class Stringifier : public TreeVisitor<Variant> {
   }
   bool leaf(Variant& value) {
     if (typeOf(value) == V_STRING || findType(typeOf(value)) == nullptr) return true;
+    TextSink sink;
+    if (!appendScalarText(value, sink)) kLog.violation("Stringify", "base64 operation failed");
     std::string text;
-    if (TextSink sink(text); !appendScalarText(value, sink)) {
-      kLog.violation("Stringify", "base64 operation failed");
-    }
+    sink.appendTo(text);
     replace(value, holdRecord(new std::string(std::move(text))));
     return true;
   }

@@ -171,6 +171,22 @@ class MemberMap {
     return insertAtEnd(std::forward<K>(key), std::forward<Args>(args)...)->second;
   }
 
+  /// Gives an empty map `count` members in one block, exactly as large: `keyAt(i)` is the key of
+  /// the i-th, above all before it, which the caller knows, and `fill(i, member)` gives it its
+  /// content.
+  template <class KeyAt, class Fill>
+  void build(size_type count, const KeyAt& keyAt, const Fill& fill) {
+    if (count == 0) return;
+    Header* const only = newBlock(checkedSize(count));
+    root_ = only;
+    value_type* slot = elementsOf(only);
+    for (size_type i = 0; i < count; ++i, ++slot) {
+      construct(slot, keyAt(i));
+      ++only->size;
+      fill(i, slot->second);
+    }
+  }
+
   /// Elements that are neighbours in memory as well as in key order: a faster way to visit many.
   template <class Element>
   struct RunOf {
