@@ -76,7 +76,12 @@ bool GatheringJsonBuilder::orderNames(const Container& object) {
   } else {
     std::iota(order, order + count, 0);
   }
-  if (isAscending(names)) return true;
+  return isAscending(names) || sortNames(names, last);
+}
+
+/// Sorts the places in order_; false when a name is repeated.
+[[gnu::noinline]] bool GatheringJsonBuilder::sortNames(const Name* names, LastOrder& last) {
+  const std::size_t count = order_.size();
   std::sort(order_.begin(), order_.end(),
             [names](std::uint32_t a, std::uint32_t b) { return names[a] < names[b]; });
   if (!isAscending(names)) return false;

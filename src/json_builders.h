@@ -106,6 +106,7 @@ class GatheringJsonBuilder {
   static constexpr std::size_t kLastOrders = 16;
 
   bool orderNames(const Container& object);
+  bool sortNames(const Name* names, LastOrder& last);
   bool isAscending(const Name* names) const;
   void fillArray(VariantMap& map, const Container& array);
   void fillObject(VariantMap& map, const Container& object);

@@ -93,7 +93,7 @@ class TextCursor {
     return static_cast<ByteClass>(kClasses[static_cast<unsigned char>(c)]);
   }
 
-  static Step endOfGap(const char* at, const char* end) {
+  [[gnu::noinline]] static Step endOfGap(const char* at, const char* end) {
     at = endOfBlanks(at, end);
     if (at == end || classOf(*at) == kOther) [[likely]]
       return {at, nullptr};
