@@ -81,31 +81,45 @@ class Copier : public TreeVisitor<const Variant> {
   Variant* target_;
 };
 
+/// Releases the record of anything but a map.
+void releaseLeaf(std::uint32_t type, const Payload& payload) {
+  switch (type) {
+    case V_TIMESTAMP:
+      delete payload.timestamp;
+      break;
+    case V_STRING:
+      delete payload.string;
+      break;
+    case V_BINARY:
+      deleteBuffer(payload.buffer);
+      break;
+    default:
+      kLog.violation("Free", "Invalid state");
+  }
+}
+
 /// Maps on their way out, chained through their own records, so that releasing a tree of any depth
 /// needs neither stack nor memory.
 class DoomedMaps {
  public:
-  void add(VariantMap* map) noexcept {
-    map->typeName.~basic_string();
-    ::new (static_cast<void*>(&map->typeName)) Link{first_};
-    first_ = map;
-  }
-  bool empty() const noexcept { return first_ == nullptr; }
-
-  VariantMap* take() noexcept {
-    VariantMap* map = first_;
-    first_ = std::launder(reinterpret_cast<Link*>(&map->typeName))->next;
-    ::new (static_cast<void*>(&map->typeName)) std::string;
-    return map;
-  }
-
-  /// Takes the maps out of the members of one map.
-  template <class Members>
-  void addFrom(Members& members) noexcept {
-    for (auto run = members.firstRun(); run.end != nullptr; run = members.runAfter(run)) {
-      for (auto* member = run.begin; member != run.end; ++member) {
-        if (isMap(member->second)) add(vexo::variant::take(member->second).payload.map);
-      }
+  void releaseTree(VariantMap* root) noexcept {
+    add(root);
+    while (VariantMap* const map = first_) {
+      first_ = std::launder(reinterpret_cast<Link*>(&map->typeName))->next;
+      const auto dispose = [this](Variant& value) {
+        const std::uint32_t type = typeOf(value);
+        if (!isHeapType(type)) return;
+        if (isMapType(type)) {
+          add(payloadOf(value).map);
+        } else {
+          releaseLeaf(type, payloadOf(value));
+        }
+      };
+      map->stringKeys.clear(dispose);
+      map->numericKeys.clear(dispose);
+      std::destroy_at(&map->stringKeys);
+      std::destroy_at(&map->numericKeys);
+      ::operator delete(map);
     }
   }
 
@@ -115,19 +129,14 @@ class DoomedMaps {
   };
   static_assert(sizeof(Link) <= sizeof(std::string) && alignof(Link) <= alignof(std::string));
 
+  void add(VariantMap* map) noexcept {
+    std::destroy_at(&map->typeName);
+    ::new (static_cast<void*>(&map->typeName)) Link{first_};
+    first_ = map;
+  }
+
   VariantMap* first_ = nullptr;
 };
-
-void releaseMap(VariantMap* map) noexcept {
-  DoomedMaps doomed;
-  doomed.add(map);
-  while (!doomed.empty()) {
-    VariantMap* next = doomed.take();
-    doomed.addFrom(next->stringKeys);
-    doomed.addFrom(next->numericKeys);
-    delete next;
-  }
-}
 
 }  // namespace
 
@@ -170,22 +179,10 @@ Variant::~Variant() {
 }
 
 void Variant::Free() {
-  switch (type_) {
-    case V_TIMESTAMP:
-      delete payload_.timestamp;
-      break;
-    case V_STRING:
-      delete payload_.string;
-      break;
-    case V_BINARY:
-      deleteBuffer(payload_.buffer);
-      break;
-    case V_MAP:
-    case V_TYPED_MAP:
-      releaseMap(payload_.map);
-      break;
-    default:
-      if (isHeapType(type_)) kLog.violation("Free", "Invalid state");
+  if (isMapType(type_)) {
+    DoomedMaps().releaseTree(payload_.map);
+  } else if (isHeapType(type_)) {
+    releaseLeaf(type_, payload_);
   }
   put(*this, Held{});
 }

@@ -221,17 +221,16 @@ class MemberMap {
 
   /// Destroys all members and returns all memory.
   void clear() noexcept {
+    clear([](T& value) { std::destroy_at(&value); });
+  }
+  /// The same, with `dispose(value)` in place of the destructors of the values.
+  template <class Dispose>
+  void clear(const Dispose& dispose) noexcept {
     if (root_ == nullptr) return;
-    for (Run run = firstRun(); run.end != nullptr;) {
-      const Run next = runAfter(run);
-      std::destroy(run.begin, run.end);
-      run = next;
-    }
     if (spread()) {
-      const Spread* all = asSpread();
-      for (const Block& block : all->blocks) ::operator delete(headerOf(block.first));
-      delete all;
+      clearSpread(dispose);
     } else {
+      destroy(elementsOf(root_), elementsOf(root_) + root_->size, dispose);
       ::operator delete(root_);
     }
     root_ = nullptr;
@@ -484,6 +483,26 @@ class MemberMap {
       blockEnd = block->end();
     }
     return const_cast<value_type*>(next);
+  }
+
+  template <class Dispose>
+  static void destroy(value_type* begin, value_type* end, const Dispose& dispose) noexcept {
+    for (; begin != end; ++begin) {
+      dispose(begin->second);
+      std::destroy_at(&begin->first);
+    }
+  }
+
+  template <class Dispose>
+  __attribute__((noinline)) void clearSpread(const Dispose& dispose) noexcept {
+    for (Run run = firstRun(); run.end != nullptr;) {
+      const Run next = runAfter(run);
+      destroy(run.begin, run.end, dispose);
+      run = next;
+    }
+    const Spread* all = asSpread();
+    for (const Block& block : all->blocks) ::operator delete(headerOf(block.first));
+    delete all;
   }
 
   Run runFromFirst() const noexcept {
