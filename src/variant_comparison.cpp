@@ -20,16 +20,17 @@ bool equalTimes(const timeval& a, const timeval& b) {
 /// Compares anything but maps; numbers in the domain of the left value.
 bool equalLeaves(const Variant& left, const Variant& right) {
   const std::uint32_t type = typeOf(left);
+  if (type == typeOf(right) && !isHeapType(type)) {  // the bytes behind a narrow number are all 0
+    return type == V_DOUBLE
+               ? load<double>(payloadOf(left)) == load<double>(payloadOf(right))
+               : load<std::uint64_t>(payloadOf(left)) == load<std::uint64_t>(payloadOf(right));
+  }
   if (isInteger(type) && isInteger(typeOf(right))) return integerBits(left) == integerBits(right);
   if (type == V_DOUBLE) return right == load<double>(payloadOf(left));
   if (isSignedInteger(type)) return right == static_cast<std::int64_t>(integerBits(left));
   if (isUnsignedInteger(type)) return right == integerBits(left);
   if (type != typeOf(right)) return false;
   switch (type) {
-    case V_NULL:
-      return true;
-    case V_BOOL:
-      return integerBits(left) == integerBits(right);
     case V_TIMESTAMP:
       return equalTimes(*payloadOf(left).timestamp, *payloadOf(right).timestamp);
     case V_STRING:

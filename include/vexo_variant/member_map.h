@@ -509,10 +509,9 @@ class MemberMap {
     if (empty()) return {};
     return spread() ? runFrom(first()) : Run{elementsOf(root_), elementsOf(root_) + root_->size};
   }
-  /// The element and those behind it that follow it in memory too.
-  Run runFrom(value_type* element) const noexcept {
+  /// In a spread map, the element and those behind it that follow it in memory too.
+  __attribute__((noinline)) Run runFrom(value_type* element) const noexcept {
     if (element == nullptr) return {};
-    if (!spread()) return {element, elementsOf(root_) + root_->size};
     const Spread& all = *asSpread();
     if (all.indexed()) return {element, element + 1};
     value_type* const blockEnd = all.blockWith(element).end();
