@@ -11,6 +11,7 @@
 #include "scalar_text.h"
 #include "swar.h"
 #include "text_sink.h"
+#include "tree_gatherer.h"
 #include "tree_walk.h"
 #include "variant_access.h"
 #include "vexo_utils/file.h"
@@ -105,10 +106,8 @@ constexpr Word kWords[] = {{"on", 1},  {"enable", 1},  {"enabled", 1},  {"true",
                            {"off", 0}, {"disable", 0}, {"disabled", 0}, {"false", 0}};
 
 const Word* findWord(std::string_view text) {
-  constexpr std::string_view kFirstLetters = "oetdf";
-  if (text.empty() || kFirstLetters.find(ascii::lower(text.front())) == std::string_view::npos) {
-    return nullptr;
-  }
+  constexpr std::size_t kLongest = 8;
+  if (text.size() > kLongest) return nullptr;
   const auto found = std::find_if(std::begin(kWords), std::end(kWords), [text](const Word& word) {
     return ascii::equal(text, word.text);
   });
@@ -122,31 +121,64 @@ bool isMarkedBuffer(std::string_view text) {
 /// What a text that is no buffer stands for.
 Held holdValue(std::string_view text) {
   if (const Word* word = findWord(text)) return hold(word->value);
-  if (std::all_of(text.begin(), text.end(), isNumberByte)) {
+  if (!text.empty() && isNumberByte(text.front())) {
     const Held number = parseNumber(text);
     if (number.type != V_NULL) return compacted(number);
   }
   return holdText(text);
 }
 
-/// Reads the lines into a tree. `root` must be null.
-class KvpReader {
- public:
-  KvpReader(std::string_view text, const KvpRules& rules, Variant& root)
-      : text_(text), rules_(rules), root_(root) {}
-
-  bool read() {
-    std::string_view rest = text_;
-    for (std::size_t number = 0;; ++number) {
-      const std::size_t end = rest.find('\n');
-      if (!readLine(rest.substr(0, end), number)) return false;
-      if (end == std::string_view::npos) return true;
-      rest.remove_prefix(end + 1);
+/// The lines of a text, as a builder has
+/// - member(key, text): a line; false to stop;
+/// - invalid(number, line): a line without '='.
+template <class Builder>
+bool readLines(std::string_view rest, Builder& builder) {
+  for (std::size_t number = 0;; ++number) {
+    const std::size_t end = rest.find('\n');
+    std::string_view line = rest.substr(0, end);
+    while (!line.empty() && ascii::isSpace(line.front())) line.remove_prefix(1);
+    if (!line.empty() && line.front() != '#') {
+      const std::size_t equals = line.find('=');
+      if (equals == std::string_view::npos) {
+        builder.invalid({number, line});
+      } else if (!builder.member(line.substr(0, equals), line.substr(equals + 1))) {
+        return false;
+      }
     }
+    if (end == std::string_view::npos) return true;
+    rest.remove_prefix(end + 1);
+  }
+}
+
+struct InvalidLine {
+  std::size_t number;
+  std::string_view text;
+
+  void report() const {
+    kLog.error("FromKVP", "Invalid line detected. Line number (starting from 0): %zu, \"%s\"",
+               number, std::string(text).c_str());
+  }
+};
+
+/// Whether a name as a key chain leads to the member of that name and nowhere else.
+bool isPlainName(std::string_view name) {
+  const auto isSpecial = [](char c) { return c == '/' || c == '\0'; };
+  return !name.starts_with('[') && std::none_of(name.begin(), name.end(), isSpecial);
+}
+
+/// Adds each line to the tree as it comes. This defines what a text means: how a path meets what
+/// stands there already, and what is left of a tree after a failure. `root` must be null.
+class DirectKvpBuilder {
+ public:
+  DirectKvpBuilder(const KvpRules& rules, Variant& root) : rules_(rules), root_(root) {}
+
+  void invalid(const InvalidLine& line) { line.report(); }
+  bool member(std::string_view key, std::string_view text) {
+    return store(rules_.splitKeys ? follow(key) : memberAt(root_, key), text);
   }
 
-  /// Where a failed read stopped.
-  std::size_t errorOffset() const { return errorOffset_; }
+  /// The text that is no base64.
+  const char* failedAt() const { return failedAt_; }
 
  private:
   /// A part of the key of the line before: where it ends, and the member that it led to.
@@ -154,19 +186,6 @@ class KvpReader {
     std::size_t end;
     Variant* member;
   };
-
-  bool readLine(std::string_view line, std::size_t number) {
-    while (!line.empty() && ascii::isSpace(line.front())) line.remove_prefix(1);
-    if (line.empty() || line.front() == '#') return true;
-    const std::size_t equals = line.find('=');
-    if (equals == std::string_view::npos) {
-      kLog.error("FromKVP", "Invalid line detected. Line number (starting from 0): %zu, \"%s\"",
-                 number, std::string(line).c_str());
-      return true;
-    }
-    const std::string_view key = line.substr(0, equals);
-    return store(rules_.splitKeys ? follow(key) : memberAt(root_, key), line.substr(equals + 1));
-  }
 
   /// The member that the parts of a key lead to. Neighbouring lines mostly share the beginning of
   /// their keys: those parts are not looked up again.
@@ -203,12 +222,6 @@ class KvpReader {
     return found != nullptr ? *found : memberAt(parent, part);
   }
 
-  /// Whether a name as a key chain leads to the member of that name and nowhere else.
-  static bool isPlainName(std::string_view name) {
-    const auto isSpecial = [](char c) { return c == '/' || c == '\0'; };
-    return !name.starts_with('[') && std::none_of(name.begin(), name.end(), isSpecial);
-  }
-
   /// An element is looked up as the key chain "[part]", in which a leading zero means octal, and
   /// created under the decimal number.
   Variant& element(Variant& parent, std::string_view part, std::int64_t number) {
@@ -223,39 +236,133 @@ class KvpReader {
   }
 
   bool store(Variant& member, std::string_view text) {
-    if (rules_.valuesAsStrings) {
-      replace(member, holdText(text));
-    } else if (isMarkedBuffer(text)) {
-      return storeBuffer(member, text.substr(kBinaryMarker.size()));
-    } else {
-      replace(member, holdValue(text));
+    if (rules_.valuesAsStrings || !isMarkedBuffer(text)) {
+      replace(member, rules_.valuesAsStrings ? holdText(text) : holdValue(text));
+      return true;
     }
-    return true;
-  }
-
-  bool storeBuffer(Variant& member, std::string_view base64) {
+    const std::string_view base64 = text.substr(kBinaryMarker.size());
     auto buffer = decodeBase64(base64);
     const bool decoded = base64.empty() || buffer->size > 0;
     replace(member, holdRecord(buffer.release()));
-    if (!decoded) errorOffset_ = static_cast<std::size_t>(base64.data() - text_.data());
+    if (!decoded) failedAt_ = base64.data();
     return decoded;
   }
 
-  const std::string_view text_;
   const KvpRules rules_;
   Variant& root_;
   std::string_view lastKey_;
   PodStack<Step, 16> path_;
-  std::size_t errorOffset_ = 0;
+  const char* failedAt_ = nullptr;
 };
 
+/// The fast way, for lines in the order in which a tree is written: keys that begin alike are
+/// neighbours. Gives up when a map is left and entered again, and at everything else that depends
+/// on what is in the tree already; then the work is done again by a DirectKvpBuilder.
+class GatheringKvpBuilder {
+ public:
+  explicit GatheringKvpBuilder(const KvpRules& rules) : rules_(rules) {}
+
+  void invalid(const InvalidLine& line) { invalidLines_.push(line); }
+  bool member(std::string_view key, std::string_view text) {
+    if (!(rules_.splitKeys ? follow(key) : nameInRoot(key))) return false;
+    if (!rules_.valuesAsStrings && isMarkedBuffer(text)) return addBuffer(text);
+    tree_.addMade([&] { return rules_.valuesAsStrings ? holdText(text) : holdValue(text); });
+    return true;
+  }
+
+  /// Gives the finished tree to a value that is null; without any line it stays so.
+  bool finish(Variant& root) {
+    if (tree_.depth() > 0) {
+      if (!closeTo(0) || !tree_.close()) return false;
+      put(root, tree_.take());
+    }
+    for (const InvalidLine& line : invalidLines_) line.report();
+    return true;
+  }
+
+ private:
+  void openRoot() {
+    if (tree_.depth() == 0) tree_.openObject();
+  }
+
+  bool nameInRoot(std::string_view key) {
+    openRoot();
+    tree_.name(key);
+    return true;
+  }
+
+  /// Closes the maps that the key does not lead through, opens those that are new.
+  bool follow(std::string_view key) {
+    openRoot();
+    if (!closeTo(swar::commonPrefix(key, lastKey_))) return false;
+    lastKey_ = key;
+    std::size_t start = ends_.empty() ? 0 : ends_.top() + 1;
+    for (;;) {
+      std::size_t end = start;
+      while (end != key.size() && key[end] != '.') ++end;  // names are too short for more
+      if (!name(key.substr(start, end - start))) return false;
+      if (end == key.size()) return true;
+      tree_.openObject();
+      ends_.push(end);
+      start = end + 1;
+    }
+  }
+
+  /// Closes the maps whose part of the last key ends behind so many bytes.
+  bool closeTo(std::size_t same) {
+    for (; !ends_.empty() && ends_.top() >= same; ends_.pop()) {
+      if (!tree_.close()) return false;
+    }
+    return true;
+  }
+
+  bool name(std::string_view part) {
+    std::int64_t number = 0;
+    if (!rules_.numericKeysAsStrings && parseIntegerName(part, number)) {
+      tree_.name(number);
+      return isPlainDecimal(part);
+    }
+    tree_.name(part);
+    return isPlainName(part);
+  }
+
+  /// Whether an integer means the same in any base that its first digits may stand for.
+  static bool isPlainDecimal(std::string_view integer) {
+    if (integer.front() == '-') integer.remove_prefix(1);
+    return integer == "0" || (integer.front() >= '1' && integer.front() <= '9');
+  }
+
+  bool addBuffer(std::string_view text) {
+    const std::string_view base64 = text.substr(kBinaryMarker.size());
+    bool decoded = false;
+    tree_.addMade([&] {
+      auto buffer = decodeBase64(base64);
+      decoded = base64.empty() || buffer->size > 0;
+      return holdRecord(buffer.release());
+    });
+    return decoded;
+  }
+
+  const KvpRules rules_;
+  TreeGatherer tree_{true};
+  std::string_view lastKey_;
+  PodStack<std::size_t, 16> ends_;  // of the parts of the last key that led to the open maps
+  PodStack<InvalidLine, 4> invalidLines_;
+};
+
+bool gather(std::string_view text, const KvpRules& rules, Variant& target) {
+  GatheringKvpBuilder builder(rules);
+  return readLines(text, builder) && builder.finish(target);
+}
+
 bool readText(std::string_view text, const KvpRules& rules, Variant& target, TextError* error) {
-  const Variant old(std::move(target));   // the text may be a part of it
-  KvpReader reader(text, rules, target);  // NOLINT(bugprone-use-after-move): it is null
-  if (reader.read()) return true;
+  const Variant old(std::move(target));          // the text may be a part of it
+  if (gather(text, rules, target)) return true;  // NOLINT(bugprone-use-after-move): it is null
+  DirectKvpBuilder builder(rules, target);
+  if (readLines(text, builder)) return true;
   if (error != nullptr) {
-    *error = {locateText(text.data(), text.size(), reader.errorOffset()),
-              "expected base64 text after 'b64:'"};
+    const auto offset = static_cast<std::size_t>(builder.failedAt() - text.data());
+    *error = {locateText(text.data(), text.size(), offset), "expected base64 text after 'b64:'"};
   }
   return false;
 }
