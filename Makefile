@@ -1,12 +1,13 @@
 # Short commands for people: each installs what a fresh Debian 12 lacks, then calls CMake.
-.PHONY: demo test sanitize clang arm big-endian bench scale fuzz format tidy analyse exports abi \
-  abi-update build-abi mutate clean
+.PHONY: demo test package sanitize clang arm big-endian bench scale fuzz format tidy analyse exports \
+  abi abi-update build-abi mutate clean
 
 SUDO := $(if $(filter-out 0,$(shell id -u)),sudo)
 BUILD := g++ cmake ninja-build libcli11-dev
-# The tests compile the public header with every compiler it is made for, and run under two foreign
-# locales.
-TEST := $(BUILD) libgtest-dev clang-14 g++-arm-linux-gnueabihf locales binutils
+PACKAGE := $(BUILD) dpkg-dev
+# The tests compile the public header with every compiler it is made for, run under two foreign
+# locales, and install in every way.
+TEST := $(PACKAGE) libgtest-dev clang-14 g++-arm-linux-gnueabihf locales binutils pkg-config
 ARM := $(TEST) googletest qemu-user
 PYTHON := /usr/bin/python3
 BENCH := g++ cmake ninja-build libbenchmark-dev nlohmann-json3-dev rapidjson-dev \
@@ -49,6 +50,13 @@ test:
 	$(call need,$(TEST))
 	$(call build,release)
 	ctest --preset release
+
+# The .deb files, in build/.
+package:
+	$(call need,$(PACKAGE))
+	$(call build,package)
+	cpack --config build/package/CPackConfig.cmake -B build
+	rm -r build/_CPack_Packages
 
 sanitize:
 	$(call need,$(TEST))

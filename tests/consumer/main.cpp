@@ -14,7 +14,7 @@ int main() {
   vexo::utils::IOBuffer wire;
   const unsigned int size = config.ToBIN(wire);
   Variant copy;
-  const bool same = copy.FromBIN(wire.data(), size) == size && copy == config;
+  const bool same = copy.FromBIN(wire.data(), size) == size && copy == config && wire.Ignore(size);
 
   std::string text;
   copy.ToJSON(text, false);
