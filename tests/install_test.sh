@@ -9,18 +9,26 @@ trees=$(mktemp -d)
 trap 'rm -rf "$trees"' EXIT
 
 fail() { echo "FAILED: $*" >&2 && exit 1; }
+# attempt COMMAND...: its result in $status. Any part of a function may fail it, so it must not be
+# called where a result is asked for, in `if` or before `||`: there bash goes on after a failure.
+attempt() {
+  set +e
+  (set -e; "$@") >"$trees/log" 2>&1
+  status=$?
+  set -e
+}
 # run ROUTE COMMAND...: shows what went wrong only.
 run() {
-  local route=$1 && shift
-  "$@" >"$trees/log" 2>&1 || { cat "$trees/log" >&2 && fail "$route: $*"; }
-  echo "ok: $route"
+  attempt "${@:2}"
+  [ $status = 0 ] || { cat "$trees/log" >&2 && fail "$*"; }
+  echo "ok: $1"
 }
 # refuse ROUTE TEXT COMMAND...: the command has to fail, with the text in what it says.
 refuse() {
-  local route=$1 text=$2 && shift 2
-  ! "$@" >"$trees/log" 2>&1 || fail "$route: $* did not fail"
-  grep -q "$text" "$trees/log" || { cat "$trees/log" >&2 && fail "$route: it does not name $text"; }
-  echo "ok: $route"
+  attempt "${@:3}"
+  [ $status != 0 ] || fail "$* did not fail"
+  grep -q "$2" "$trees/log" || { cat "$trees/log" >&2 && fail "$1: it does not name $2"; }
+  echo "ok: $1"
 }
 dynamic() { readelf -dW "$1"; }
 needed() { dynamic "$1" | sed -nE 's/.*\(NEEDED\).*\[libvexo_(.*)\.so\..*/\1/p' | xargs; }
@@ -70,8 +78,7 @@ mv "$trees/first" "$trees/moved"
 platform_dir=
 use installed "$trees/moved" platform platform
 run 'installed and moved, find_package' with_cmake
-# Compilers that begin lower are not among these, so what is for them is looked at.
-[[ $(flags --cflags vexo_variant) == *-std=c++17* ]] || fail 'pkg-config leaves out the language level'
+# Clang 14 begins with C++14.
 for compiler in "g++" "g++ -std=c++17" "g++ -std=c++20" "clang++-14"; do
   run "installed and moved, pkg-config, $compiler" with_pkg_config $compiler
 done
@@ -154,7 +161,8 @@ add_library(vexo_platform SHARED IMPORTED)
 set_target_properties(vexo_platform PROPERTIES IMPORTED_LOCATION $platform_dir/libvexo_platform.so.0
   INTERFACE_INCLUDE_DIRECTORIES $source/platform/include IMPORTED_NO_SYSTEM ON)
 END
-run 'platform of a package, linked' install_from_source package -Dvexo_platform_DIR="$trees/platform"
+run 'platform of a package, linked' \
+  install_from_source package -Dvexo_platform_DIR="$trees/platform"
 run 'platform of a package, add_subdirectory' "$work/consumer"
 use 'platform of a package' "$trees/package" platform ''
 run 'platform of a package, find_package' with_cmake
