@@ -7,6 +7,7 @@
 #include <type_traits>
 #include <vector>
 
+#include "vexo_variant/ostream.h"
 #include "vexo_variant/text_error.h"
 #include "vexo_variant/variant.h"
 
@@ -16,6 +17,7 @@ using namespace variant;
 
 inline constexpr auto kEqual = [](auto&& a, auto&& b) -> decltype(a == b) { return a == b; };
 inline constexpr auto kUnequal = [](auto&& a, auto&& b) -> decltype(a != b) { return a != b; };
+inline constexpr auto kStream = [](auto&& a, auto&& b) -> decltype(a << b) { return a << b; };
 inline constexpr auto kSubscript = [](auto&& a, auto&& b) -> decltype(a[b]) { return a[b]; };
 
 template <const auto& kOperation, class... Operands>
@@ -72,6 +74,15 @@ static_assert(kEach<Comparable, const char*, char*, std::string, char[4], timeva
 static_assert(kEach<Storable, const char*, char*, std::string, timeval, Variant>);
 static_assert(kEach<Readable, const char*, std::string, const std::string&, timeval, const timeval&,
                     const VariantMap*, const VariantBuffer*, VariantType>);
+
+/// A stream takes values; of what could become one, it goes on to take what it took before.
+template <class T>
+struct Streamable : std::true_type {
+  static_assert(kGives<std::ostream&, kStream, std::ostream&, T>);
+};
+static_assert(kEach<Streamable, Variant, Variant&, const Variant&, const BaseVariantContainer&,
+                    VariantType, int, const char*, std::string, Variant*>);
+static_assert(!kCompiles<kStream, std::ostream&, timeval>);
 
 template <class... Ts>
 void use(const Ts&...) {}
