@@ -7,7 +7,8 @@ BUILD := g++ cmake ninja-build libcli11-dev
 PACKAGE := $(BUILD) dpkg-dev
 # The tests compile the public header with every compiler it is made for, run under two foreign
 # locales, and install in every way.
-TEST := $(PACKAGE) libgtest-dev clang-14 g++-arm-linux-gnueabihf locales binutils pkg-config
+TEST := $(PACKAGE) libgtest-dev clang-14 g++-arm-linux-gnueabihf locales binutils pkg-config \
+  gdb
 ARM := $(TEST) googletest qemu-user
 PYTHON := /usr/bin/python3
 BENCH := g++ cmake ninja-build libbenchmark-dev nlohmann-json3-dev rapidjson-dev \

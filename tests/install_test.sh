@@ -75,6 +75,9 @@ tool() { [ "$(echo '{"a":[1,2]}' | "$prefix/bin/vexo-variant" -c)" = '{"a":[1,2]
 # Ways to an installed tree.
 cmake --install "$build" --prefix "$trees/first" >/dev/null
 mv "$trees/first" "$trees/moved"
+# gdb looks for the printers by the path of the library, which is that of the first prefix.
+run 'installed, printers for gdb' cmp "$trees/moved/share/vexo_variant/gdb/vexo_variant.py" \
+  "$(find "$trees/moved/share/gdb/auto-load$trees/first" -name 'libvexo_variant.so.*-gdb.py')"
 platform_dir=
 use installed "$trees/moved" platform platform
 run 'installed and moved, find_package' with_cmake
@@ -104,6 +107,7 @@ packages_hold() {
         expected="$(cd "$source/include" && printf 'include/%s ' vexo_variant/*.h)
           $(cd "$source/platform/include" && printf 'include/%s ' */*.h)
           include/vexo_variant/config.h LIB/libvexo_platform.so LIB/libvexo_variant.so
+          share/gdb/auto-load/usr/LIB/libvexo_variant.so.0.* share/vexo_variant/gdb/vexo_variant.py
           LIB/pkgconfig/vexo_platform.pc LIB/pkgconfig/vexo_variant.pc
           $(printf 'LIB/cmake/vexo_variant/vexo_variant%s.cmake ' Config ConfigVersion Targets \
             'Targets-*')" ;;
