@@ -7,6 +7,7 @@
 #include <type_traits>
 #include <vector>
 
+#include "vexo_variant/lookup.h"
 #include "vexo_variant/ostream.h"
 #include "vexo_variant/text_error.h"
 #include "vexo_variant/variant.h"
@@ -106,6 +107,8 @@ inline void callersWrite(Variant& v, const Variant& c, bool yes) {
   use(v.HasKey(1), v.HasKey("a", true), v.GetValue(0), v.GetValue("a", false), v.RemoveValue(0),
       v.RemoveValue("a", true), v.PreValidate("a", V_ANY, true, 5),
       v.GetKeyChain(V_ANY, "a/b", true), c.GetKeyChain(V_ANY, s, true));
+  use(find(v, 0), find(c, "a", s, -1L, n, KeyChain("a/b")), valueAs<std::size_t>(c["n"]));
+  use(valueOr(c, "n", 5), valueOr<std::time_t>(c, s, 0), valueOr(find(v, s), "text"));
   BaseVariantContainer container;
   container = 5;
   v = container = "text";

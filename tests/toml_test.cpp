@@ -11,11 +11,13 @@
 #include <vector>
 
 #include "host.h"
+#include "vexo_variant/toml_text.h"
 
 namespace {
 
 using namespace vexo::parsers::toml;
 using namespace vexo::tests;
+using namespace vexo::variant;
 
 std::string replaced(std::string text, const std::string& what, const std::string& by) {
   for (std::size_t i = 0; (i = text.find(what, i)) != std::string::npos; i += by.size())
@@ -168,7 +170,7 @@ TEST(Toml, Tokens) {
 // --- Trees ---------------------------------------------------------------------------------------
 
 /// The result of a FromTOML in one line, with types, and what was logged.
-std::string shown(const vexo::variant::Variant& value, bool isRead) {
+std::string shown(const Variant& value, bool isRead) {
   std::string text = replaced(replaced(value.ToString(), "    ", ""), "\n", "");
   for (const std::string& message : takeMessages()) text += "; " + message;
   return text + (isRead ? "" : "; false");
@@ -176,7 +178,7 @@ std::string shown(const vexo::variant::Variant& value, bool isRead) {
 
 TEST(Toml, Trees) {
   const TemporaryFile file;
-  vexo::variant::Variant value = parsed("[1]");
+  Variant value = parsed("[1]");
   EXPECT_EQ(shown(value, value.FromTOMLFile(file.path)),
             "(NULL) null; src/variant_toml FromTOMLFile 3: Failed to parse TOML file; false");
   for (const auto& [kind, text, tree] : cases("T")) {
@@ -184,9 +186,33 @@ TEST(Toml, Trees) {
     EXPECT_EQ(shown(value, value.FromTOML(document)), expected) << text;
     const std::string& inside = value = document;
     EXPECT_EQ(shown(value, value.FromTOML(inside.data(), unsigned(inside.size()))), expected);
+    const std::string& again = value = document;
+    TextError error;
+    const bool isRead = readTomlText(again.data(), unsigned(again.size()), value, error);
+    EXPECT_EQ(shown(value, isRead), expected) << text;
+    const bool isConflict = expected.find("TOML data is not valid") != std::string::npos;
+    EXPECT_TRUE(isRead || (error.reason == kTomlKeyConflict) == isConflict) << text;
     file.write(document);
     const std::string result = shown(value, value.FromTOMLFile(file.path));
     EXPECT_EQ(replaced(replaced(result, "File", ""), "TOML file", "TOML data"), expected) << text;
+  }
+}
+
+TEST(Toml, FaultsHavePlaceAndReason) {
+  for (const auto& row : table(R"(
+      a = => 1:4   ␊ [a␍␊ => 2:4   k = "é€😀" x => 1:11   # é␊k = 'é'␊"é" = [1,␊ 2 ? => 4:4   = => 1:1
+      a = 1␊a = "\q" => 2:6   a = 99999999999999999999 => 1:5   a = '''␊␊ => 1:5)")) {
+    const std::string document = plain(row[0]);
+    Variant value = document;
+    TextError error;
+    const std::string& inside = value;
+    EXPECT_FALSE(readTomlText(inside.data(), unsigned(inside.size()), value, error));
+    const auto& [offset, line, column] = error.position;
+    EXPECT_EQ(std::to_string(line) + ":" + std::to_string(column), row[1]) << error.reason;
+    SyntaxError fault{};
+    EXPECT_TRUE(value == V_NULL && !checkToml(document, fault) && offset == fault.offset);
+    EXPECT_STREQ(error.reason, fault.reason);
+    EXPECT_EQ(takeMessages(), Messages{"src/variant_toml FromTOML 3: Failed to parse TOML data"});
   }
 }
 

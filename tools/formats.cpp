@@ -9,8 +9,8 @@
 #include "detection.h"
 #include "host.h"
 #include "survey.h"
-#include "vexo_parsers/toml.h"
 #include "vexo_variant/text_error.h"
+#include "vexo_variant/toml_text.h"
 
 namespace tool {
 
@@ -175,13 +175,12 @@ std::string encodeKvp(const Variant& value, const FormatOptions& options,
 
 void decodeToml(const std::string& input, const FormatOptions&, Variant& value,
                 const Reporter& reporter) {
-  FirstError error;
-  if (value.FromTOML(input)) return;
-  vexo::parsers::toml::SyntaxError fault{};
-  if (!vexo::parsers::toml::checkToml(input, fault)) {
-    failAt(locateText(input.data(), input.size(), fault.offset), fault.reason, reporter);
-  }
-  reporter.fail(kNotParsed, error.text());
+  FirstError logged;
+  TextError error;
+  const auto length = static_cast<unsigned int>(input.size());
+  if (readTomlText(input.data(), length, value, error)) return;
+  if (error.reason == kTomlKeyConflict) reporter.fail(kNotParsed, logged.text());
+  failAt(error.position, error.reason, reporter);
 }
 
 // --- The table -----------------------------------------------------------------------------------
