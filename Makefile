@@ -1,14 +1,14 @@
 # Short commands for people: each installs what a fresh Debian 12 lacks, then calls CMake.
 .PHONY: demo test package sanitize clang arm big-endian bench scale fuzz format tidy analyse exports \
-  abi abi-update build-abi mutate clean
+  abi abi-update build-abi mutate reference clean
 
 SUDO := $(if $(filter-out 0,$(shell id -u)),sudo)
 BUILD := g++ cmake ninja-build libcli11-dev
 PACKAGE := $(BUILD) dpkg-dev
 # The tests compile the public header with every compiler it is made for, run under two foreign
-# locales, and install in every way.
-TEST := $(PACKAGE) libgtest-dev clang-14 g++-arm-linux-gnueabihf locales binutils pkg-config \
-  gdb
+# locales, install in every way, look at values with gdb, and make the reference.
+TEST := $(PACKAGE) libgtest-dev clang-14 g++-arm-linux-gnueabihf locales binutils pkg-config gdb \
+  doxygen
 ARM := $(TEST) googletest qemu-user
 PYTHON := /usr/bin/python3
 BENCH := g++ cmake ninja-build libbenchmark-dev nlohmann-json3-dev rapidjson-dev \
@@ -167,6 +167,12 @@ build-abi:
 mutate:
 	$(call need,$(TEST) python3)
 	python3 tests/mutate.py --mutants $(MUTANTS)
+
+# The reference of the public interface, from the headers: build/reference/html/index.html.
+reference:
+	$(call need,doxygen)
+	mkdir -p build/reference
+	REFERENCE_DIR=build/reference doxygen docs/Doxyfile
 
 clean:
 	rm -rf build

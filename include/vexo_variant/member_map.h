@@ -45,6 +45,8 @@ class MemberMap {
   class Iterator;
 
  public:
+  ///@{
+  /// As in `std::map`.
   using key_type = Key;
   using mapped_type = T;
   using value_type = std::pair<const Key, T>;
@@ -58,10 +60,14 @@ class MemberMap {
   using const_iterator = Iterator<true>;
   using reverse_iterator = std::reverse_iterator<iterator>;
   using const_reverse_iterator = std::reverse_iterator<const_iterator>;
+  ///@}
   /// What lookups take: `std::int64_t`, or `std::string_view` for string keys.
   using View = typename KeyOrder<Key>::View;
 
+  /// An empty map, which owns no memory.
   MemberMap() noexcept = default;
+  ///@{
+  /// As in `std::map`; a map that was moved from is empty.
   MemberMap(const MemberMap& other) : MemberMap() {
     reserve(other.size());
     for (const value_type& element : other) append(element.first, element.second);
@@ -79,7 +85,10 @@ class MemberMap {
 
   void swap(MemberMap& other) noexcept { std::swap(root_, other.root_); }
   friend void swap(MemberMap& a, MemberMap& b) noexcept { a.swap(b); }
+  ///@}
 
+  ///@{
+  /// As in `std::map`.
   bool empty() const noexcept { return root_ == nullptr || root_->size == 0; }
   size_type size() const noexcept { return root_ == nullptr ? 0 : root_->size; }
   static constexpr size_type max_size() noexcept { return kMaxSize; }
@@ -111,10 +120,14 @@ class MemberMap {
   std::pair<const_iterator, const_iterator> equal_range(View key) const noexcept {
     return {lower_bound(key), upper_bound(key)};
   }
+  ///@}
 
+  ///@{
   /// Throws `std::out_of_range` when there is no such member.
   T& at(View key) { return existing(key).second; }
   const T& at(View key) const { return existing(key).second; }
+  ///@}
+  /// As try_emplace() without `args`.
   template <class K>
   T& operator[](K&& key) {
     return try_emplace(std::forward<K>(key)).first->second;
@@ -135,6 +148,7 @@ class MemberMap {
         insertInside(below, place, std::forward<K>(key), std::forward<Args>(args)...);
     return {{this, element}, true};
   }
+  /// The same.
   template <class K, class... Args>
   std::pair<iterator, bool> emplace(K&& key, Args&&... args) {
     return try_emplace(std::forward<K>(key), std::forward<Args>(args)...);
@@ -144,6 +158,8 @@ class MemberMap {
   iterator emplace_hint(const_iterator, K&& key, Args&&... args) {
     return try_emplace(std::forward<K>(key), std::forward<Args>(args)...).first;
   }
+  ///@{
+  /// As in `std::map`.
   template <class K, class Value>
   std::pair<iterator, bool> insert_or_assign(K&& key, Value&& value) {
     auto result = try_emplace(std::forward<K>(key), std::forward<Value>(value));
@@ -156,6 +172,7 @@ class MemberMap {
   std::pair<iterator, bool> insert(value_type&& element) {
     return try_emplace(element.first, std::move(element.second));
   }
+  ///@}
 
   /// Makes one block that holds exactly `count` elements, when the map is empty (otherwise does
   /// nothing): with `append` the way to build a map of known size at once. A caller who has the
@@ -190,17 +207,23 @@ class MemberMap {
   /// Elements that are neighbours in memory as well as in key order: a faster way to visit many.
   template <class Element>
   struct RunOf {
-    Element* begin = nullptr;
-    Element* end = nullptr;  ///< null when there are no elements left
+    Element* begin = nullptr;  ///< the first element
+    Element* end = nullptr;    ///< null when there are no elements left
   };
-  using Run = RunOf<value_type>;
-  using ConstRun = RunOf<const value_type>;
+  using Run = RunOf<value_type>;             ///< of elements that may be changed
+  using ConstRun = RunOf<const value_type>;  ///< of elements that may not
+  ///@{
+  /// The elements with the lowest keys.
   Run firstRun() noexcept { return runFromFirst(); }
   ConstRun firstRun() const noexcept { return constant(runFromFirst()); }
+  ///@}
+  ///@{
   /// The elements behind those of a run, of which only `end` matters.
   Run runAfter(const Run& run) noexcept { return runBehind(run.end - 1); }
   ConstRun runAfter(const ConstRun& run) const noexcept { return constant(runBehind(run.end - 1)); }
+  ///@}
 
+  ///@{
   /// Returns the iterator behind the erased element.
   iterator erase(const_iterator position) {
     value_type* const next = after(position.element_);
@@ -212,6 +235,8 @@ class MemberMap {
     while (begin != end) begin = erase(begin);
     return {this, begin.element_};
   }
+  ///@}
+  /// Returns how many elements were erased: 0 or 1.
   size_type erase(View key) {
     value_type* const element = exact(key);
     if (element == nullptr) return 0;

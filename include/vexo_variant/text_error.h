@@ -18,7 +18,7 @@ struct TextPosition {
 
 /// Why a text was refused, and where.
 struct TextError {
-  TextPosition position;
+  TextPosition position;    ///< of what the reason is about
   const char* reason = "";  ///< such as "expected ':' after member name"; a constant
 };
 

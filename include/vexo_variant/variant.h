@@ -1,16 +1,18 @@
-// vexo::variant::Variant: one dynamically typed value, and trees of them, with BIN, AMF, JSON, KVP
-// and TOML.
-//
-// Conventions that hold for every declaration below:
-// - A value owns everything below it. Copies are deep, moves hand the record over and leave null.
-// - A contract violation (an operation on a value of a type it does not accept) logs its message at
-//   level 3 through `logInternal` and ends the process through `forceCrash`; it never returns.
-//   Bad input is never a contract violation: readers report it by their result.
-// - `std::bad_alloc` passes through to the caller; nothing leaks then, and the value that was being
-//   changed is valid (null after a failed assignment).
-// - Any number of threads may read one tree; a thread that changes a tree must have it to itself.
-// - No operation's use of stack grows with the depth of a tree or of an input, and none depends on
-//   the locale.
+/// @namespace vexo::variant
+/// One dynamically typed value, Variant, and trees of them, with BIN, AMF, JSON, KVP and TOML.
+///
+/// Conventions that hold for every declaration below:
+/// - A value owns everything below it. Copies are deep, moves hand the record over and leave null.
+/// - A contract violation (an operation on a value of a type it does not accept) logs its message
+/// at
+///   level 3 through `logInternal` and ends the process through `forceCrash`; it never returns.
+///   Bad input is never a contract violation: readers report it by their result.
+/// - `std::bad_alloc` passes through to the caller; nothing leaks then, and the value that was
+/// being
+///   changed is valid (null after a failed assignment).
+/// - Any number of threads may read one tree; a thread that changes a tree must have it to itself.
+/// - No operation's use of stack grows with the depth of a tree or of an input, and none depends on
+///   the locale.
 #ifndef VEXO_VARIANT_VARIANT_H
 #define VEXO_VARIANT_VARIANT_H
 
@@ -169,6 +171,8 @@ class VEXO_VARIANT_API Variant {
 
   /// Null.
   Variant() noexcept;
+  ///@{
+  /// A value of this type.
   Variant(bool value) noexcept;
   Variant(std::int8_t value) noexcept;
   Variant(std::int16_t value) noexcept;
@@ -180,6 +184,7 @@ class VEXO_VARIANT_API Variant {
   Variant(std::uint64_t value) noexcept;
   Variant(double value) noexcept;
   Variant(const timeval& value);
+  ///@}
   /// A string up to the terminating zero byte. Throws `std::logic_error` for a null pointer.
   Variant(const char* value);
   /// A string of all bytes of `value`, zero bytes included.
@@ -192,6 +197,7 @@ class VEXO_VARIANT_API Variant {
   Variant(const Variant& other);
   /// Takes the record over; `other` becomes null.
   Variant(Variant&& other) noexcept;
+  /// Releases the payload, in linear time. Needs no memory.
   virtual ~Variant();
 
   /// Every other arithmetic type is stored as the documented type of its width and signedness
@@ -205,6 +211,7 @@ class VEXO_VARIANT_API Variant {
   /// A type code is not a value.
   Variant(VariantType) = delete;
 
+  ///@{
   /// All assignments release the old payload and never reuse its record, except that assigning a
   /// value to itself does nothing. What is assigned may live inside the target, at any depth. The
   /// target may live inside what is copied (and counts as null there), not inside what is moved.
@@ -233,6 +240,7 @@ class VEXO_VARIANT_API Variant {
   template <class T, class C>
   Variant& operator=(T C::*) = delete;
   Variant& operator=(VariantType) = delete;
+  ///@}
 
   /// Releases the payload; the value is null afterwards. Needs no memory.
   void Free();
@@ -249,17 +257,16 @@ class VEXO_VARIANT_API Variant {
   static const char* VariantTypeToString(VariantType type) noexcept;
 
   // --- Typed reads -------------------------------------------------------------------------------
-  // Numbers convert freely and silently: integers wrap to the width of the target; doubles
-  // truncate, saturate to 32 bits (for 64-bit targets to 64) of the target's signedness and wrap
-  // from there (NaN gives 0); null reads as 0 and a boolean as 0 or 1. Reading any other type as a
-  // number is a contract violation: "Invalid variant type: 0x%04x". The reads that return a pointer
-  // or reference accept only their own type, everything else is a contract violation: "Invalid
-  // state"; what they return lives until the value is changed or destroyed.
+  /// @name Typed reads
+  /// Numbers convert freely and silently: integers wrap to the width of the target; doubles
+  /// truncate, saturate to 32 bits (for 64-bit targets to 64) of the target's signedness and wrap
+  /// from there (NaN gives 0); null reads as 0 and a boolean as 0 or 1. Reading any other type as a
+  /// number is a contract violation: "Invalid variant type: 0x%04x". The reads that return a
+  /// pointer or reference accept only their own type, everything else is a contract violation:
+  /// "Invalid state"; what they return lives until the value is changed or destroyed.
+  /// @{
 
-  operator VariantType() const noexcept;
-  /// A set flag, a number that is not 0 (for doubles: any bit set, so -0.0 and NaN too); false for
-  /// every other type.
-  operator bool() const noexcept;
+  /// The value as this type.
   operator std::int8_t() const;
   operator std::int16_t() const;
   operator std::int32_t() const;
@@ -278,14 +285,23 @@ class VEXO_VARIANT_API Variant {
   operator T() const {
     return static_cast<T>(this->operator detail::Stored<T>());
   }
+  /// A set flag, a number that is not 0 (for doubles: any bit set, so -0.0 and NaN too); false for
+  /// every other type.
+  operator bool() const noexcept;
+  /// The type.
+  operator VariantType() const noexcept;
+  /// @}
 
   // --- Equality ----------------------------------------------------------------------------------
-  // Never logs; only comparing trees of more than 32 levels can throw (`std::bad_alloc`). Numbers
-  // compare by value across all numeric types: two values in the domain of the left one (so
-  // Variant(2) == Variant(2.5), but not the other way round), a value and a plain number in the
-  // domain of the plain one (so Variant(2.5) == 2), 64-bit integers of either signedness by their
-  // bits. Everything else equals only its own kind. Trees compare deeply, in linear time.
+  /// @name Equality
+  /// Never logs; only comparing trees of more than 32 levels can throw (`std::bad_alloc`). Numbers
+  /// compare by value across all numeric types: two values in the domain of the left one (so
+  /// Variant(2) == Variant(2.5), but not the other way round), a value and a plain number in the
+  /// domain of the plain one (so Variant(2.5) == 2), 64-bit integers of either signedness by their
+  /// bits. Everything else equals only its own kind. Trees compare deeply, in linear time.
+  /// @{
 
+  /// Compares with a value of this type.
   bool operator==(bool value) const noexcept;
   bool operator==(std::int64_t value) const noexcept;
   bool operator==(std::uint64_t value) const noexcept;
@@ -322,11 +338,15 @@ class VEXO_VARIANT_API Variant {
   bool operator==(T C::*) const = delete;
   template <class T, class C>
   bool operator!=(T C::*) const = delete;
+  /// @}
 
   // --- Iteration ---------------------------------------------------------------------------------
-  // The iterators of the two member sets of a map; anything else is a contract violation ("Invalid
-  // state"). An iterator lives until its member is removed or the map is released.
+  /// @name Iteration
+  /// The iterators of the two member sets of a map; anything else is a contract violation ("Invalid
+  /// state"). An iterator lives until its member is removed or the map is released.
+  /// @{
 
+  /// The first member of the set, or the end behind its last one.
   NumericMembers::iterator num_begin();
   NumericMembers::iterator num_end();
   NumericMembers::const_iterator num_begin() const;
@@ -335,17 +355,21 @@ class VEXO_VARIANT_API Variant {
   StringMembers::iterator str_end();
   StringMembers::const_iterator str_begin() const;
   StringMembers::const_iterator str_end() const;
+  /// @}
 
   // --- Subscripts --------------------------------------------------------------------------------
-  // The forms that are not const never fail: a value that is not a map becomes an empty map first,
-  // and a missing member is created as null. The key -1 appends behind the largest integer key;
-  // where the map was empty it appends key 0 and sets the array flag. (Behind the largest possible
-  // integer there is nothing: "Invalid state".) The const forms only find; a value that is not a
-  // map ("Invalid variant type: 0x%04x") or a missing member ("Key not found in const variant:
-  // ...") is a contract violation, and so is a null C string ("Invalid subscript operator
-  // parameter"). References stay valid while other members come and go. Logarithmic; appending is
-  // constant.
+  /// @name Subscripts
+  /// The forms that are not const never fail: a value that is not a map becomes an empty map first,
+  /// and a missing member is created as null. The key -1 appends behind the largest integer key;
+  /// where the map was empty it appends key 0 and sets the array flag. (Behind the largest possible
+  /// integer there is nothing: "Invalid state".) The const forms only find; a value that is not a
+  /// map ("Invalid variant type: 0x%04x") or a missing member ("Key not found in const variant:
+  /// ...") is a contract violation, and so is a null C string ("Invalid subscript operator
+  /// parameter"). References stay valid while other members come and go. Logarithmic; appending is
+  /// constant.
+  /// @{
 
+  /// The member with this key.
   Variant& operator[](std::int64_t key);
   Variant& operator[](const std::string& key);
   Variant& operator[](const char* key);
@@ -368,11 +392,14 @@ class VEXO_VARIANT_API Variant {
   const Variant& operator[](T key) const {
     return (*this)[static_cast<std::int64_t>(static_cast<detail::Stored<T>>(key))];
   }
+  /// @}
 
   // --- Members -----------------------------------------------------------------------------------
-  // Unless said otherwise these need a map; anything else is a contract violation: "Invalid state".
-  // With `caseSensitive` false the case of ASCII letters is ignored and the members are searched in
-  // byte order, so that upper-case spellings come first; that takes linear time.
+  /// @name Members
+  /// Unless said otherwise these need a map; anything else is a contract violation: "Invalid
+  /// state". With `caseSensitive` false the case of ASCII letters is ignored and the members are
+  /// searched in byte order, so that upper-case spellings come first; that takes linear time.
+  /// @{
 
   /// The array flag; false for anything but a map.
   bool IsArray() const noexcept;
@@ -380,7 +407,9 @@ class VEXO_VARIANT_API Variant {
   void IsArray(bool isArray);
   /// The member, created as null if there is none (as the subscripts do).
   Variant& GetValue(const std::string& key, bool caseSensitive);
+  /// The same; a null key is a contract violation: "Invalid subscript operator parameter".
   Variant& GetValue(const char* key, bool caseSensitive);
+  /// The same as the subscript, for a map.
   Variant& GetValue(std::int64_t key);
   /// False for anything but a map.
   bool HasKey(std::int64_t key) const noexcept;
@@ -390,20 +419,29 @@ class VEXO_VARIANT_API Variant {
   /// Whether an array holds this string; false for anything but an array. A member before it that
   /// is not a string is a contract violation.
   bool HasStrArrayMember(const std::string& value, bool caseSensitive) const;
+  /// The number of members with string keys.
   std::size_t StringKeysCount() const;
+  /// The number of members with integer keys.
   std::size_t NumericKeysCount() const;
+  /// The number of all members.
   std::size_t KeysCount() const;
-  /// Remove members; the array flag and the type name stay.
+  /// Removes the members with integer keys; the array flag and the type name stay.
   Variant& ResetNumericKeys();
+  /// The same for the members with string keys.
   Variant& ResetStringKeys();
+  /// The same for all members.
   Variant& ResetKeys();
-  /// Removes a member if it is there; other members keep their keys. Without `caseSensitive`
-  /// removes every spelling.
+  /// Removes a member if it is there; other members keep their keys.
   Variant& RemoveValue(std::int64_t key);
+  /// The same; without `caseSensitive` removes every spelling.
   Variant& RemoveValue(const std::string& key, bool caseSensitive);
+  /// The same; a null key removes nothing.
   Variant& RemoveValue(const char* key, bool caseSensitive);
+  /// @}
 
   // --- Whole trees -------------------------------------------------------------------------------
+  /// @name Whole trees
+  /// @{
 
   /// Stores every number of the tree in the smallest integer type that holds its value (signed
   /// before unsigned); doubles become integers where they are whole.
@@ -420,28 +458,38 @@ class VEXO_VARIANT_API Variant {
   /// Indented JSON with type names, for people: `(INT32) "a": 1`. Strings are not escaped; typed
   /// maps appear as a text in their place, as in all JSON.
   std::string ToString() const;
+  /// @}
 
   // --- Key chains --------------------------------------------------------------------------------
+  /// @name Key chains
+  /// @{
 
   /// The direct member that one path component names, or null: the zero-terminated text at `name`,
   /// or, when its first `length` bytes have the form "[5]", the integer key.
   const Variant* GetPathComponent(const char* name, unsigned int length, bool caseSensitive) const;
+  /// The same.
   Variant* GetPathComponent(const char* name, unsigned int length, bool caseSensitive);
   /// The member that a path such as "network/ports/[0]" leads to, if it has this type (V_ANY: any;
   /// V_NUMERIC: any number); otherwise null. Never creates a member. One slash at the end is
   /// ignored; an empty component finds nothing. The pointer lives as long as its member. A path
   /// ends at its first zero byte; without `caseSensitive` so do the keys it is compared with.
   const Variant* GetKeyChain(VariantType type, const char* path, bool caseSensitive) const;
+  /// The same.
   Variant* GetKeyChain(VariantType type, const char* path, bool caseSensitive);
+  /// The same.
   const Variant* GetKeyChain(VariantType type, const std::string& path, bool caseSensitive) const;
+  /// The same.
   Variant* GetKeyChain(VariantType type, const std::string& path, bool caseSensitive);
+  /// @}
 
   // --- Validators --------------------------------------------------------------------------------
-  // Each makes sure that a configuration map has a member `key` of a type, replacing a missing or
-  // mistyped one by the default. A value that is not a map becomes an empty one first. `key` is
-  // looked up as a key chain and stored as a plain key; without `caseSensitive` other spellings are
-  // moved to it. A null `key` is a contract violation ("Invalid subscript operator parameter").
-  // All but PreValidate return the value itself.
+  /// @name Validators
+  /// Each makes sure that a configuration map has a member `key` of a type, replacing a missing or
+  /// mistyped one by the default. A value that is not a map becomes an empty one first. `key` is
+  /// looked up as a key chain and stored as a plain key; without `caseSensitive` other spellings
+  /// are moved to it. A null `key` is a contract violation ("Invalid subscript operator
+  /// parameter"). All but PreValidate return the value itself.
+  /// @{
 
   /// Returns the member.
   Variant& PreValidate(const char* key, VariantType type, bool caseSensitive,
@@ -449,16 +497,21 @@ class VEXO_VARIANT_API Variant {
   /// A number, clamped into the range (as a double where it had to be).
   Variant& ValidateNumeric(const char* key, double minValue, double maxValue, double defaultValue,
                            bool caseSensitive);
+  /// A boolean.
   Variant& ValidateBool(const char* key, bool defaultValue, bool caseSensitive);
+  /// A map that is not typed; the default is an empty one.
   Variant& ValidateMap(const char* key, bool caseSensitive);
   /// Not implemented yet: always stores the default and says so at level 4.
   Variant& ValidateSets(const char* key, const Variant& allowedValues, const Variant& defaultValue,
                         bool caseSensitive);
+  /// @}
 
   // --- BIN ---------------------------------------------------------------------------------------
-  // The library's own binary format, described in docs/bin-format.md. A failed write returns 0 (or
-  // false); what did not fit is logged at level 3 as "Limit exceeded: C: %u; V: %u; M: %u" (bytes
-  // of the current value done, bytes needed next, bytes given to it).
+  /// @name BIN
+  /// The library's own binary format, described in docs/bin-format.md. A failed write returns 0 (or
+  /// false); what did not fit is logged at level 3 as "Limit exceeded: C: %u; V: %u; M: %u" (bytes
+  /// of the current value done, bytes needed next, bytes given to it).
+  /// @{
 
   /// A bound of the encoded size in bytes that a write is sure to fit into; 0 when the type of the
   /// value cannot be encoded, or when it would take 4 GiB or more (logged at level 3).
@@ -482,11 +535,15 @@ class VEXO_VARIANT_API Variant {
   /// False when the file cannot be read, with the value as it was, or does not begin with a value.
   /// Bytes behind the value are ignored. Files of 4 GiB and more are not read.
   bool FromBINFile(const std::string& path);
+  /// @}
 
   // --- JSON --------------------------------------------------------------------------------------
-  // Written as plain JSON, with markers for what JSON lacks: "b64:..." strings for buffers, ISO
-  // 8601 strings for timestamps. Read in a relaxed dialect: #, // and /* */ comments, optional
-  // commas, literals in any case, hexadecimal and octal integers, no \u escapes. See docs/json.md.
+  /// @name JSON
+  /// Written as plain JSON, with markers for what JSON lacks: "b64:..." strings for buffers, ISO
+  /// 8601 strings for timestamps. Read in a relaxed dialect: #, // and /* */ comments, optional
+  /// commas, literals in any case, hexadecimal and octal integers, no `\u` escapes. See
+  /// docs/json.md.
+  /// @{
 
   /// Appends `key` (already quoted, or empty) and the value. False when a buffer cannot be encoded;
   /// a value of an unknown type is a contract violation: "Invalid type %d".
@@ -503,14 +560,18 @@ class VEXO_VARIANT_API Variant {
   /// whole. Texts of 2 GiB and more are refused, with the value as it was. `data` may lie inside
   /// the value itself.
   int FromJSON(const char* data, unsigned int length);
+  /// The same.
   int FromJSON(const std::string& text);
   /// False when the file cannot be read, with the value null, or does not begin with a value. Text
   /// behind the value is ignored.
   bool FromJSONFile(const std::string& path);
+  /// @}
 
   // --- KVP ---------------------------------------------------------------------------------------
-  // One line for each leaf: its path, a separator, its value, as in "network.dns.0=192.0.2.1".
-  // Types and empty maps are not written; see docs/kvp.md for what comes back.
+  /// @name KVP
+  /// One line for each leaf: its path, a separator, its value, as in "network.dns.0=192.0.2.1".
+  /// Types and empty maps are not written; see docs/kvp.md for what comes back.
+  /// @{
 
   /// Appends the lines of the whole tree to `output`; integer-keyed members come first at every
   /// map. False for anything but a V_MAP ("Variant must be a V_MAP to create KVP", level 3), and,
@@ -540,18 +601,22 @@ class VEXO_VARIANT_API Variant {
   /// may lie inside the value itself.
   bool FromKVP(const std::string& text, bool numericKeysAsStrings, bool valuesAsStrings,
                bool splitKeys);
+  /// The same.
   bool FromKVP(const char* data, unsigned int length, bool numericKeysAsStrings,
                bool valuesAsStrings, bool splitKeys);
   /// False also when the file cannot be read, with the value null.
   bool FromKVPFile(const std::string& path, bool numericKeysAsStrings, bool valuesAsStrings,
                    bool splitKeys);
+  /// @}
 
   // --- AMF ---------------------------------------------------------------------------------------
-  // Adobe's Action Message Format, written only: AMF0, in which buffers are AMF3 byte arrays. Every
-  // number becomes a double; a map becomes a strict array (its keys are not written) when it is
-  // flagged as one and has no string keys, otherwise an object, whose string keys come first. Type
-  // names are not written. A failed write returns 0 (or false); what did not fit is logged as for
-  // BIN.
+  /// @name AMF
+  /// Adobe's Action Message Format, written only: AMF0, in which buffers are AMF3 byte arrays.
+  /// Every number becomes a double; a map becomes a strict array (its keys are not written) when it
+  /// is flagged as one and has no string keys, otherwise an object, whose string keys come first.
+  /// Type names are not written. A failed write returns 0 (or false); what did not fit is logged as
+  /// for BIN.
+  /// @{
 
   /// The exact encoded size in bytes; 0 when the tree cannot be encoded: at level 3 "Byte array too
   /// big for AMF" (2^28 bytes), "Key too long for AMF" (65,536 bytes), "Encoding needs %llu bytes,
@@ -573,12 +638,15 @@ class VEXO_VARIANT_API Variant {
   std::uint32_t FromAMF(const std::uint8_t* buffer, std::uint32_t length);
   /// Always false; the file is read, and handed to FromAMF.
   bool FromAMFFile(const std::string& path);
+  /// @}
 
   // --- TOML --------------------------------------------------------------------------------------
-  // TOML 1.1.0, read only. Tables become maps, arrays become arrays, numbers are compacted,
-  // date-times become timestamps (UTC where there is no offset), dates and times alone stay text. A
-  // key that is given twice takes its last value, a table that is opened twice goes on. See
-  // docs/toml.md.
+  /// @name TOML
+  /// TOML 1.1.0, read only. Tables become maps, arrays become arrays, numbers are compacted,
+  /// date-times become timestamps (UTC where there is no offset), dates and times alone stay text.
+  /// A key that is given twice takes its last value, a table that is opened twice goes on. See
+  /// docs/toml.md.
+  /// @{
 
   /// Replaces the value by the document. False, with the value null and a message at level 3, when
   /// the text is not TOML ("Failed to parse TOML data"), or when it uses one key for a table or an
@@ -586,9 +654,11 @@ class VEXO_VARIANT_API Variant {
   /// Such a key must be resolvable as a key chain: one with slashes or brackets, or an empty one,
   /// names no new table. `data` and `text` may lie inside the value itself.
   bool FromTOML(const std::string& text);
+  /// The same.
   bool FromTOML(const char* data, unsigned int length);
   /// The same for a file; also false when it cannot be read ("Failed to parse TOML file").
   bool FromTOMLFile(const std::string& path);
+  /// @}
 
  private:
   friend struct VariantAccess;  // the library's own view of type and payload
@@ -609,24 +679,27 @@ class VEXO_VARIANT_API Variant {
 
 /// The record of a V_MAP or V_TYPED_MAP.
 struct VariantMap {
-  std::uint8_t isArray = 0;
-  std::string typeName;  ///< empty in a V_MAP
-  NumericMembers numericKeys;
-  StringMembers stringKeys;
+  std::uint8_t isArray = 0;    ///< the array flag
+  std::string typeName;        ///< empty in a V_MAP
+  NumericMembers numericKeys;  ///< the members with integer keys
+  StringMembers stringKeys;    ///< the members with string keys
 };
 
 /// The record of a V_BINARY. Copying the record copies no bytes: only values own any.
 struct VariantBuffer {
-  std::uint8_t external = 0;  ///< the bytes belong to the caller
-  std::uint8_t* data = nullptr;
-  std::uint32_t size = 0;
+  std::uint8_t external = 0;     ///< the bytes belong to the caller
+  std::uint8_t* data = nullptr;  ///< the bytes; may be null when there are none
+  std::uint32_t size = 0;        ///< their number
 };
 
 /// A base for record classes: a value that starts as an empty map, with a hook for the class's own
 /// checks, which the library never calls. Adds no fields.
 class VEXO_VARIANT_API BaseVariantContainer : public Variant {
  public:
+  /// An empty map.
   BaseVariantContainer();
+  ///@{
+  /// What a Variant does; the value need not be a map.
   BaseVariantContainer(const Variant& other);
   BaseVariantContainer(Variant&& other) noexcept;
   BaseVariantContainer(const BaseVariantContainer&) = default;
@@ -635,7 +708,9 @@ class VEXO_VARIANT_API BaseVariantContainer : public Variant {
   BaseVariantContainer& operator=(Variant&& other) noexcept;
   BaseVariantContainer& operator=(const BaseVariantContainer&) = default;
   BaseVariantContainer& operator=(BaseVariantContainer&&) noexcept = default;
+  ///@}
   ~BaseVariantContainer() override;
+  /// Does nothing here.
   virtual void NormalizeFields();
 };
 
@@ -657,6 +732,8 @@ using IfComparable =
 
 }  // namespace detail
 
+///@{
+/// The comparison of the class, with the value on the right.
 template <class T, class V, detail::IfVariant<V> = 0, detail::IfComparable<T> = 0>
 bool operator==(const T& value, const V& variant) noexcept {
   return variant.Variant::operator==(value);
@@ -669,6 +746,7 @@ template <class T, class V, detail::IfVariant<V> = 0, detail::IfStrangePointer<T
 bool operator==(T*, const V&) = delete;
 template <class T, class V, detail::IfVariant<V> = 0, detail::IfStrangePointer<T> = 0>
 bool operator!=(T*, const V&) = delete;
+///@}
 
 /// Writes the 1 to 8 bytes of the BIN form of `value` (below 2^56), for which there must be room
 /// for 8, and returns their number; on a
