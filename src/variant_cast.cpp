@@ -45,6 +45,7 @@ T integerAs(std::uint32_t type, std::uint64_t bits) {
 template <class T>
 T numberAs(const Variant& value, LogSite site) {
   const std::uint32_t type = typeOf(value);
+  if (type == kCodeOf<T>) return load<T>(payloadOf(value));
   if (type == V_DOUBLE) return doubleAs<T>(load<double>(payloadOf(value)));
   if (!isInteger(type) && type != V_BOOL && type != V_NULL) {
     kLog.violation(site, "Invalid variant type: 0x%04x", type);

@@ -445,7 +445,10 @@ class MemberMap {
 
   /// Turns the one block of a map into the first block of a Spread.
   Spread& makeSpread() {
-    if (!spread()) root_ = std::make_unique<Spread>(root_).release();
+    return spread() ? *asSpread() : becomeSpread();
+  }
+  __attribute__((noinline)) Spread& becomeSpread() {
+    root_ = std::make_unique<Spread>(root_).release();
     return *asSpread();
   }
 
