@@ -304,6 +304,7 @@ class MemberMap {
     Index index;
 
     Spread(Header* only) : Header{only->size, 0}, used(only->size) {
+      blocks.reserve(4);  // most maps need no more
       blocks.push_back({elementsOf(only), 0, only->capacity});
       usedEnd = blocks.back().first + used;
       blockEnd = blocks.back().end();
