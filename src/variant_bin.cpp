@@ -130,22 +130,22 @@ class BinWriter : public TreeVisitor<const Variant> {
   /// The body of a value of fixed greatest size; needs room for that.
   bool body(const Variant& value) {
     const Payload& payload = payloadOf(value);
-    const std::uint64_t bits = integerBits(value);
+    const auto bits = [&] { return integerBits(value); };
     switch (typeOf(value)) {
       case V_BOOL:
       case V_INT8:
       case V_UINT8:
-        return fixed(static_cast<std::uint8_t>(bits));
+        return fixed(static_cast<std::uint8_t>(bits()));
       case V_INT16:
-        return fixed(static_cast<std::uint16_t>(bits));
+        return fixed(static_cast<std::uint16_t>(bits()));
       case V_INT32:
-        return fixed(static_cast<std::uint32_t>(bits));
+        return fixed(static_cast<std::uint32_t>(bits()));
       case V_INT64:
       case V_UINT64:
-        return fixed(bits);
+        return fixed(bits());
       case V_UINT16:
       case V_UINT32:
-        return u56(bits);
+        return u56(bits());
       case V_DOUBLE:
         return fixed(std::bit_cast<std::uint64_t>(load<double>(payload)));
       case V_TIMESTAMP:
