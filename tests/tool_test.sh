@@ -156,6 +156,33 @@ checkAll <<'EOF'
 0|||| check in.json true.bin deep.json $gateway ;; 5| none.json: * ||| check none.json in.json
 EOF
 
+# --- what people mistake, and what they are used to from other tools ----
+printf '{"a":{"k1":[7],"key/1":1,"[2]":2},"Ab":8,"word":9,"5":6}' > like.json
+checkAll <<'EOF'
+1| in.json: no member A/b/1 (did you mean a/b/\[1\]?)            ||| get A/b/1 in.json
+1| like.json: no member .a.k1\[0\] (did you mean a/k1/\[0\]?)    ||| get .a.k1[0] like.json
+1| like.json: no member a/k1\[0\] (did you mean a/k1/\[0\]?)     ||| get a/k1[0] like.json
+1| like.json: no member wrod (did you mean word?)                ||| get wrod like.json
+1| like.json: no member \["wordy"\] (did you mean word?)         ||| get '["wordy"]' like.json
+1| *: no member AB (did you mean Ab?) ||| get AB like.json    ;; 1| *: no member w | {"x":1} || get w
+1| *: no member .5 (did you mean \[5\]?) ||| get .5 like.json ;; 1| *: no member wo/ ||| get wo/ like.json
+1| *: no member word/x   ||| get word/x like.json ;; 1| *: no member //     ||| get // like.json
+1| *: no member a/key_1  ||| get a/key_1 like.json ;; 1| *: no member a/<2> ||| get 'a/<2>' like.json
+1| *: no member drow     ||| get drow like.json   ;; 1| *: no member wokdr  ||| get wokdr like.json
+2| unknown option --output-fromat (did you mean --output-format?); see vexo-variant convert --help ||| --output-fromat json in.json
+2| --output-format: unknown format jsn (did you mean json?): known are amf, bin, json, kvp; *     ||| -o jsn in.json
+2| --input-format: AMF can only be written: choose one of bin, json, kvp, toml; *                 ||| -p=AMF get .
+2| --input-format needs a value; * ||| get x -p   ;; 2| --compact takes no value; *       ||| --compact=no
+2| -r is no option of show, but of get;* ||| show -r ;; 2| CHAIN is required; usage: *    ||| -q get
+2| unknown option --bgous; * ||| get --bgous=1    ;; 2| too many arguments: c; usage: *   ||| a b c
+5| chekc: no such file or command (did you mean check?) ||| chekc in.json
+5| help: no such file or command (see vexo-variant --help) ||| help ;; 5| '': No such *   ||| get a ''
+0|| [1] | [1]\n  | -c -p json get . -             ;; 0|| [1] | [1]\n | -cp bin convert -o=JSON -p=json
+5| ./\[a,b\]: No such file *  ||| check '[a,b]'   ;; 5| get: No such file * ||| -c -- get
+1|| {} | \e[32m+ a = 1\e[0m\n  | diff -C - set.toml ;; 1|| {"a":2} | \e[31m- a = 2\e[0m\n\e[32m+ a = 1\e[0m\n | diff -C - set.toml
+1|| {"\xC2\x9B\xC2\xA9":"\e"} | + a = 1\n- ??\xC2\xA9 = "?"\n | diff - set.toml
+EOF
+
 # --- what the checks have left in files ----
 run -c out.BIN | cmp -s - <(printf '%s\n' "$json"); verdict 'through a BIN file'
 [ -L link.json ] && [ "$(stat -c %a edit.json)$(< edit.json)" = "640$json" ]; verdict 'in place'
@@ -177,8 +204,16 @@ for command in convert show; do
   verdict "$command: colours only add codes"
 done
 if script -qec true /dev/null < /dev/null > /dev/null 2>&1 && [ -z "${TOOL_RUNNER-}" ]; then
-  terminal() { script -qec "'$tool' -c in.json" /dev/null < /dev/null | grep -q $'\e'; }
-  terminal && ! NO_COLOR=1 terminal; verdict 'a terminal'
+  terminal() { TERM=xterm script -qec "$*" /dev/null < /dev/null; }
+  coloured() { terminal "${1-} '$tool' -c in.json" | grep -q $'\e'; }
+  coloured && ! coloured NO_COLOR=1 && ! coloured TERM=dumb; verdict 'colours on a terminal'
+  printf '{"a\e":"\xC2\x9B","k":"\x7F\t\xC2\x9B"}' > hostile.json
+  steers() { terminal "$@" | tr -d '\t\r\n' | LC_ALL=C grep -q $'[\x01-\x1F\x7F\x9B]'; }
+  steers cat hostile.json; verdict 'a hostile file'
+  for command in -M 'show -M' 'get -r k' '-o kvp'; do
+    ! steers "'$tool' $command hostile.json"; verdict "a terminal is not steered: $command"
+  done
+  script -qec "'$tool'" /dev/null | grep -q 'no input: name a file'; verdict 'nothing to do'
 fi
 run in.json > /dev/full 2> err; [ $? -eq 5 ] && said '<stdout>: No space left on device'
 verdict 'standard output is full'

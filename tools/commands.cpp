@@ -7,12 +7,14 @@
 #include <cstdlib>
 #include <new>
 #include <string_view>
+#include <utility>
 
 #include "colour.h"
 #include "diff.h"
 #include "formats.h"
 #include "io.h"
 #include "report.h"
+#include "suggestion.h"
 #include "survey.h"
 #include "vexo_utils/time.h"
 
@@ -24,17 +26,37 @@ namespace {
 
 // --- Options -------------------------------------------------------------------------------------
 
+void addFlag(CLI::App& app, const char* names, bool& flag, const char* help) {
+  app.add_flag(names, flag, help)->disable_flag_override();
+}
+
+/// An option with a value; the last one counts, so that an alias can be overruled.
+template <class Value>
+CLI::Option* addValue(CLI::App& app, const char* names, const char* type, Value& value,
+                      const char* help) {
+  return app.add_option(names, value, help)->type_name(type)->take_last();
+}
+
+/// An option that names a format, in letters of any case; `-o=json` is understood too.
+void addFormat(CLI::App& app, const char* names, std::string& value, FormatUse use,
+               const char* help) {
+  const auto accept = [use](std::string& name) {
+    if (name.starts_with('=')) name.erase(0, 1);
+    return acceptFormatName(name, use);
+  };
+  addValue(app, names, "FMT", value, help)->transform(CLI::Validator(accept, ""));
+}
+
 void addReading(CLI::App& app, Options& options) {
-  app.add_option("-p,--input-format", options.inputFormat,
-                 "format of the input (by default from the extension, then from the content)")
-      ->check(CLI::IsMember(readableFormats()));
-  app.add_flag("--kvp-flat", options.formatting.kvpFlat, "KVP input: dots in keys mean nothing");
-  app.add_flag("--kvp-strings", options.formatting.kvpStrings,
-               "KVP input: all values stay strings");
+  addFormat(app, "-p,--input-format", options.inputFormat, FormatUse::kRead,
+            "format of the input: bin, json, kvp or toml");
+  addFlag(app, "--kvp-flat", options.formatting.kvpFlat, "KVP input: dots in keys mean nothing");
+  addFlag(app, "--kvp-strings", options.formatting.kvpStrings,
+          "KVP input: all values stay strings");
 }
 
 void addQuiet(CLI::App& app, Options& options, const char* help) {
-  app.add_flag("-q,--quiet", options.quiet, help);
+  addFlag(app, "-q,--quiet", options.quiet, help);
 }
 
 void addInput(CLI::App& app, const char* name, Options& options) {
@@ -45,16 +67,19 @@ void addInput(CLI::App& app, const char* name, Options& options) {
 
 void addColour(CLI::App& app, Options& options) {
   CLI::Option* on = app.add_flag("-C,--colour,--color", options.colour,
-                                 "colours, even when the output is not a terminal");
-  app.add_flag("-M,--monochrome", options.monochrome, "no colours")->excludes(on);
+                                 "colours, even when the output is no terminal")
+                        ->disable_flag_override();
+  app.add_flag("-M,--monochrome", options.monochrome, "no colours")
+      ->disable_flag_override()
+      ->excludes(on);
 }
 
 void addWriting(CLI::App& app, Options& options) {
-  app.add_option("-o,--output-format", options.outputFormat, "format of the output")
-      ->check(CLI::IsMember(writableFormats()));
-  app.add_flag("-c,--compact", options.formatting.compact, "JSON on one line");
-  app.add_option("--kvp-separator", options.formatting.kvpSeparator,
-                 "KVP output: what stands between key and value, = by default");
+  addFormat(app, "-o,--output-format", options.outputFormat, FormatUse::kWrite,
+            "format of the output: bin, json, kvp or amf");
+  addFlag(app, "-c,--compact", options.formatting.compact, "JSON on one line");
+  addValue(app, "--kvp-separator", "TEXT", options.formatting.kvpSeparator,
+           "KVP output: what stands between key and value, = by default");
   addColour(app, options);
 }
 
@@ -85,32 +110,46 @@ struct Input {
   }
 };
 
-bool wantsColour(const Options& options) {
-  if (options.colour || options.monochrome) return options.colour;
-  const char* noColour = std::getenv("NO_COLOR");
-  return ::isatty(STDOUT_FILENO) == 1 && (noColour == nullptr || *noColour == '\0');
+bool isTerminal() { return ::isatty(STDOUT_FILENO) == 1; }
+
+/// Empty for a variable that is not set.
+std::string_view environment(const char* name) {
+  const char* value = std::getenv(name);
+  return value == nullptr ? std::string_view() : value;
 }
 
-void print(std::string_view text) { writeOutput(std::string(kStandardStream), text); }
+bool wantsColour(const Options& options) {
+  if (options.colour || options.monochrome) return options.colour;
+  return isTerminal() && environment("NO_COLOR").empty() && environment("TERM") != "dumb";
+}
 
-void printAsLine(std::string text) { print(text += '\n'); }
+void print(std::string_view bytes) { writeOutput(std::string(kStandardStream), bytes); }
 
-void printText(const Options& options, const std::string& text, TextKind kind) {
-  if (wantsColour(options)) {
-    print(colourise(text, kind));
-  } else {
-    print(text);
-  }
+/// Text that comes from an input does not steer a terminal.
+std::string harmless(std::string text) {
+  if (isTerminal()) makePrintable(text, "\t\n");
+  return text;
+}
+
+void printText(std::string text) { print(harmless(std::move(text))); }
+
+void printAsLine(std::string text) { printText(std::move(text += '\n')); }
+
+void printTree(const Options& options, std::string text, TextKind kind) {
+  if (!wantsColour(options)) return printText(std::move(text));
+  print(colourise(harmless(std::move(text)), kind));
 }
 
 /// Writes a value in a format to standard output or to a file.
 void deliver(const Options& options, const std::string& path, const Format& format,
              const Variant& value, const Reporter& reporter) {
-  const std::string bytes = format.write(value, options.formatting, reporter);
-  if (format.hasColours && path == kStandardStream) {
-    printText(options, bytes, TextKind::kJson);
-  } else {
+  std::string bytes = format.write(value, options.formatting, reporter);
+  if (path != kStandardStream || format.content == Content::kBinary) {
     writeOutput(path, bytes);
+  } else if (format.content == Content::kJson) {
+    printTree(options, std::move(bytes), TextKind::kJson);
+  } else {
+    printText(std::move(bytes));
   }
 }
 
@@ -121,7 +160,9 @@ void declareConvert(CLI::App& app, Options& options) {
   CLI::Option* output =
       app.add_option("OUT", options.output, "the output; - (the default) is standard output");
   addWriting(app, options);
-  app.add_flag("-i,--in-place", options.inPlace, "write back to IN")->excludes(output);
+  app.add_flag("-i,--in-place", options.inPlace, "write back to IN")
+      ->disable_flag_override()
+      ->excludes(output);
 }
 
 /// The format that is asked for, or that of a file in place, or that of the extension of the
@@ -155,11 +196,11 @@ int runShow(const Options& options) {
   const Variant value = input.read(options);
   warnOfLosses(value, kToJson, input.reporter);
   if (allowsIndent(value, input.reporter)) {
-    printText(options, value.ToString() + '\n', TextKind::kAnnotated);
+    printTree(options, value.ToString() + '\n', TextKind::kAnnotated);
   } else {
     std::string text;
     value.ToJSON(text, false);
-    printText(options, text += '\n', TextKind::kJson);
+    printTree(options, std::move(text += '\n'), TextKind::kJson);
   }
   return kDone;
 }
@@ -171,10 +212,11 @@ void declareGet(CLI::App& app, Options& options) {
       ->required();
   addInput(app, "FILE", options);
   addWriting(app, options);
-  app.add_flag("-r,--raw", options.raw,
-               "strings and timestamps without quotes, the bytes of a buffer");
-  app.add_option("-d,--default", options.fallback, "what to print when there is no such member");
-  app.add_flag("-e,--exit-status", options.exitStatus, "exit 1 when the member is null or false");
+  addFlag(app, "-r,--raw", options.raw,
+          "strings and timestamps without quotes, the bytes of a buffer");
+  addValue(app, "-d,--default", "TEXT", options.fallback,
+           "what to print when there is no such member");
+  addFlag(app, "-e,--exit-status", options.exitStatus, "exit 1 when the member is null or false");
 }
 
 const Variant* findChain(const Variant& root, const std::string& chain) {
@@ -182,8 +224,11 @@ const Variant* findChain(const Variant& root, const std::string& chain) {
   return root.GetKeyChain(V_ANY, chain, true);
 }
 
-int reportMissing(const Options& options, const Reporter& reporter) {
-  if (!options.fallback) reporter.fail(kNotFound, "no member " + options.chain);
+int reportMissing(const Variant& root, const Options& options, const Reporter& reporter) {
+  if (!options.fallback) {
+    reporter.fail(kNotFound,
+                  "no member " + options.chain + didYouMean(similarChain(root, options.chain)));
+  }
   printAsLine(*options.fallback);
   return kDone;
 }
@@ -213,7 +258,7 @@ int runGet(const Options& options) {
   const Format& format = outputFormat(options, path, nullptr);
   const Variant value = input.read(options);
   const Variant* found = findChain(value, options.chain);
-  if (found == nullptr) return reportMissing(options, input.reporter);
+  if (found == nullptr) return reportMissing(value, options, input.reporter);
   if (!options.raw || !printRaw(*found)) {
     deliver(options, path, format, *found, input.reporter);
   }
@@ -223,9 +268,10 @@ int runGet(const Options& options) {
 // --- diff ----------------------------------------------------------------------------------------
 
 void declareDiff(CLI::App& app, Options& options) {
-  app.add_option("A", options.input, "one file; - is standard input")->required();
+  app.add_option("A", options.input, "one file; one of both may be -, standard input")->required();
   app.add_option("B", options.other, "the other file")->required();
   addReading(app, options);
+  addColour(app, options);
   addQuiet(app, options, "no warnings and no differences, only the exit code");
 }
 
@@ -235,7 +281,8 @@ int runDiff(const Options& options) {
   }
   const Variant left = Input(options.input, options).read(options);
   const Variant right = Input(options.other, options).read(options);
-  const bool equal = options.quiet ? areEqual(left, right) : printDifferences(left, right);
+  const bool equal =
+      options.quiet ? areEqual(left, right) : printDifferences(left, right, wantsColour(options));
   return equal ? kDone : kDifferent;
 }
 
@@ -271,11 +318,11 @@ int runCheck(const Options& options) {
 }
 
 constexpr Command kCommands[] = {
-    {"convert", "Convert between formats", declareConvert, runConvert},
-    {"show", "Show a tree with the types of its values", declareShow, runShow},
-    {"get", "Print the member that a key chain leads to", declareGet, runGet},
-    {"diff", "Print what two files differ in, one line each", declareDiff, runDiff},
-    {"check", "Say which files do not parse", declareCheck, runCheck},
+    {"convert", "[IN [OUT]]", "Convert between formats", declareConvert, runConvert},
+    {"show", "[FILE]", "Show a tree with the types of its values", declareShow, runShow},
+    {"get", "CHAIN [FILE]", "Print the member that a key chain leads to", declareGet, runGet},
+    {"diff", "A B", "Print what two files differ in, one line each", declareDiff, runDiff},
+    {"check", "FILE...", "Say which files do not parse", declareCheck, runCheck},
 };
 
 }  // namespace

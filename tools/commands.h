@@ -33,6 +33,7 @@ struct Options {
 
 struct Command {
   const char* name;
+  const char* operands;  ///< as the usage line shows them
   const char* description;
   /// Declares the arguments and options, which fill `options`.
   void (*declare)(CLI::App& app, Options& options);

@@ -1,6 +1,5 @@
 #include "diff.h"
 
-#include <algorithm>
 #include <array>
 #include <charconv>
 #include <cmath>
@@ -20,6 +19,9 @@ namespace {
 
 constexpr std::size_t kPathLimit = 1000;
 constexpr std::size_t kBufferedOutput = 65536;
+constexpr const char* kRemovedColour = "\x1b[31m";
+constexpr const char* kAddedColour = "\x1b[32m";
+constexpr const char* kResetColour = "\x1b[0m";
 
 bool isNumber(const Variant& value) {
   return (static_cast<VariantType>(value) & V_NUMERIC) == V_NUMERIC;
@@ -56,17 +58,12 @@ std::string json(const Variant& value) {
   return text;
 }
 
-std::string oneLine(std::string text) {
-  std::transform(text.begin(), text.end(), text.begin(), printable);
-  return text;
-}
-
 /// The type of a value in parentheses.
 std::string kind(const Variant& value) {
   std::string text = std::string("(") + Variant::VariantTypeToString(value);
   if (value == V_TYPED_MAP) text += ' ' + static_cast<const VariantMap*>(value)->typeName;
   if (value.IsArray()) text += ", array";
-  return oneLine(std::move(text)) + ')';
+  return text + ')';
 }
 
 /// All digits of a double, and the JSON text of anything else.
@@ -181,11 +178,13 @@ void findDifferences(const Variant& left, const Variant& right, Report report) {
 
 class Printer {
  public:
+  explicit Printer(bool colours) : colours_(colours) {}
+
   bool hasPrinted() const { return hasPrinted_; }
 
   void print(const PairWalk& walk, Difference difference) {
     const auto& [left, right] = walk.current();
-    const std::string path = oneLine(walk.path());
+    const std::string path = walk.path();
     if (difference == Difference::kKind) {
       lines(path, kind(*left), kind(*right));
     } else if (difference == Difference::kLeaf) {
@@ -214,10 +213,14 @@ class Printer {
   }
   void line(char sign, const std::string& path, const std::string& value) {
     hasPrinted_ = true;
-    buffer_.append({sign, ' '}).append(path).append(" = ").append(value).append("\n");
+    std::string text = std::string{sign, ' '}.append(path).append(" = ").append(value);
+    makePrintable(text);
+    if (colours_) text = (sign == '-' ? kRemovedColour : kAddedColour) + text + kResetColour;
+    buffer_.append(text).append("\n");
     if (buffer_.size() >= kBufferedOutput) flush();
   }
 
+  const bool colours_;
   bool hasPrinted_ = false;
   std::string buffer_;
 };
@@ -230,8 +233,8 @@ bool areEqual(const Variant& left, const Variant& right) {
   return equal;
 }
 
-bool printDifferences(const Variant& left, const Variant& right) {
-  Printer printer;
+bool printDifferences(const Variant& left, const Variant& right, bool colours) {
+  Printer printer(colours);
   findDifferences(left, right, [&](const PairWalk& walk, Difference difference) {
     printer.print(walk, difference);
     return true;

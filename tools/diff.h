@@ -15,8 +15,10 @@ bool areEqual(const vexo::variant::Variant& left, const vexo::variant::Variant& 
 /// Also prints each difference, in the order of paths: `- path = value` for what only the left tree
 /// has, `+ path = value` for the right one. Values are compact JSON, behind their type where they
 /// would look the same. Of maps that are not of one kind the kinds are printed, as in `(MAP)` and
-/// `(MAP, array)`, and then what their members differ in.
-bool printDifferences(const vexo::variant::Variant& left, const vexo::variant::Variant& right);
+/// `(MAP, array)`, and then what their members differ in. With colours, lines of the left tree are
+/// red, those of the right one green.
+bool printDifferences(const vexo::variant::Variant& left, const vexo::variant::Variant& right,
+                      bool colours);
 
 }  // namespace tool
 

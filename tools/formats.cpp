@@ -5,9 +5,11 @@
 #include <filesystem>
 #include <iterator>
 #include <limits>
+#include <utility>
 
 #include "detection.h"
 #include "host.h"
+#include "suggestion.h"
 #include "survey.h"
 #include "vexo_variant/text_error.h"
 #include "vexo_variant/toml_text.h"
@@ -190,11 +192,17 @@ constexpr std::uint64_t kMaxJson = std::numeric_limits<std::int32_t>::max();
 
 /// In the order in which content is matched.
 constexpr Format kFormats[] = {
-    {"bin", {".bin"}, false, kMaxCount, matchesBin, decodeBin, encodeBin},
-    {"toml", {".toml"}, false, kMaxCount, looksLikeToml, decodeToml, nullptr},
-    {"kvp", {".kvp"}, false, kMaxCount, looksLikeKvp, decodeKvp, encodeKvp},
-    {"json", {".json", ".jsonc"}, true, kMaxJson, matchesAnything, decodeJson, encodeJson},
-    {"amf", {".amf"}, false, 0, nullptr, nullptr, encodeAmf},
+    {"bin", {".bin"}, Content::kBinary, kMaxCount, matchesBin, decodeBin, encodeBin},
+    {"toml", {".toml"}, Content::kText, kMaxCount, looksLikeToml, decodeToml, nullptr},
+    {"kvp", {".kvp"}, Content::kText, kMaxCount, looksLikeKvp, decodeKvp, encodeKvp},
+    {"json",
+     {".json", ".jsonc"},
+     Content::kJson,
+     kMaxJson,
+     matchesAnything,
+     decodeJson,
+     encodeJson},
+    {"amf", {".amf"}, Content::kBinary, 0, nullptr, nullptr, encodeAmf},
 };
 
 constexpr char kLetterCase = 'a' - 'A';
@@ -216,13 +224,26 @@ const Format* findFormat(Predicate predicate) {
   return found == std::end(kFormats) ? nullptr : found;
 }
 
-template <class Direction>
-std::vector<std::string> namesWith(Direction Format::*direction) {
+std::string lowerCase(std::string text) {
+  std::transform(text.begin(), text.end(), text.begin(), [](char c) { return lowerCase(c); });
+  return text;
+}
+
+std::vector<std::string> namesFor(FormatUse use) {
   std::vector<std::string> names;
   for (const Format& format : kFormats) {
-    if (format.*direction != nullptr) names.emplace_back(format.name);
+    if (use == FormatUse::kRead ? format.read != nullptr : format.write != nullptr) {
+      names.emplace_back(format.name);
+    }
   }
+  std::sort(names.begin(), names.end());
   return names;
+}
+
+std::string joined(const std::vector<std::string>& words) {
+  std::string text;
+  for (const std::string& word : words) text += (text.empty() ? "" : ", ") + word;
+  return text;
 }
 
 }  // namespace
@@ -238,9 +259,17 @@ const Format& Format::writable(const std::string& path) const {
                             " can only be read: choose another with --output-format");
 }
 
-std::vector<std::string> readableFormats() { return namesWith(&Format::read); }
-
-std::vector<std::string> writableFormats() { return namesWith(&Format::write); }
+std::string acceptFormatName(std::string& name, FormatUse use) {
+  name = lowerCase(std::move(name));
+  const std::vector<std::string> names = namesFor(use);
+  if (std::count(names.begin(), names.end(), name) > 0) return {};
+  const Format* format = formatByName(name);
+  if (format == nullptr) {
+    return "unknown format " + name + didYouMean(name, names) + ": known are " + joined(names);
+  }
+  const char* used = use == FormatUse::kRead ? " can only be written" : " can only be read";
+  return title(*format) + used + ": choose one of " + joined(names);
+}
 
 const Format* formatByName(std::string_view name) {
   return findFormat([&](const Format& format) { return format.name == name; });
@@ -249,7 +278,7 @@ const Format* formatByName(std::string_view name) {
 const Format* formatByExtension(const std::string& path) {
   std::string extension = std::filesystem::path(path).extension();
   if (extension.empty()) return nullptr;
-  std::transform(extension.begin(), extension.end(), extension.begin(), lowerCase);
+  extension = lowerCase(std::move(extension));
   return findFormat([&](const Format& format) {
     return std::count(format.extensions.begin(), format.extensions.end(), extension) > 0;
   });

@@ -21,12 +21,15 @@ struct FormatOptions {
   bool kvpStrings = false;  ///< all values that are read are strings
 };
 
+/// What the bytes of a format are when they are shown.
+enum class Content { kBinary, kText, kJson };
+
 /// One format. A failure to read or to write ends the command.
 struct Format {
   std::string_view name;
   std::array<std::string_view, 2> extensions;  ///< in lower case, unused ones empty
-  bool hasColours;                             ///< output may be coloured
-  std::uint64_t maxInput;                      ///< in bytes
+  Content content;
+  std::uint64_t maxInput;  ///< in bytes
   /// Whether an input that starts with these bytes is taken for this format; null: never.
   bool (*matches)(std::string_view head);
   /// Null for a format that can only be written.
@@ -41,8 +44,11 @@ struct Format {
   const Format& writable(const std::string& path) const;
 };
 
-std::vector<std::string> readableFormats();
-std::vector<std::string> writableFormats();
+enum class FormatUse { kRead, kWrite };
+
+/// Puts the name of a format in lower case, and returns what is wrong with it: nothing when it
+/// names one that has this use.
+std::string acceptFormatName(std::string& name, FormatUse use);
 /// Null for an unknown name.
 const Format* formatByName(std::string_view name);
 /// By the extension of a path, in any case of letters; null when it belongs to no format.

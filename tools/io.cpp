@@ -48,12 +48,13 @@ void replaceFile(const std::string& path, std::string_view bytes) {
   const bool written =
       file.Initialize(path, vexo::utils::FILE_OPEN_MODE_WRITE, 0) &&
       file.WriteBuffer(reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size());
-  if (!written) throw Failure(kInputOutput, path + ": " + errorText(errno));
+  if (!written) throw Failure(kInputOutput, inputName(path) + ": " + errorText(errno));
 }
 
 }  // namespace
 
 std::string inputName(const std::string& path) {
+  if (path.empty()) return "''";
   return path == kStandardStream ? "<stdin>" : path;
 }
 

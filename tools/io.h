@@ -13,7 +13,7 @@ namespace tool {
 /// The path that stands for standard input or standard output.
 inline constexpr std::string_view kStandardStream = "-";
 
-/// How messages name an input: its path, or "<stdin>".
+/// How messages name an input: its path, or "<stdin>"; an empty path is shown as a pair of quotes.
 std::string inputName(const std::string& path);
 
 /// An input that is open. Failures to open and to read end the command.

@@ -10,18 +10,32 @@ namespace {
 
 constexpr std::string_view kPrefix = "vexo-variant: ";
 
+bool isControl(char byte) {
+  const auto code = static_cast<unsigned char>(byte);
+  return code < 0x20 || code == 0x7F;
+}
+
+/// U+0080 to U+009F.
+bool isWideControl(char first, char second) {
+  return first == '\xC2' && (static_cast<unsigned char>(second) & 0xE0) == 0x80;
+}
+
 }  // namespace
 
-char printable(char byte) noexcept {
-  const auto code = static_cast<unsigned char>(byte);
-  return code < 0x20 || code == 0x7F ? '?' : byte;
+void makePrintable(std::span<char> text, std::string_view kept) noexcept {
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    if (isControl(text[i]) && kept.find(text[i]) == std::string_view::npos) text[i] = '?';
+    if (i > 0 && isWideControl(text[i - 1], text[i])) text[i - 1] = text[i] = '?';
+  }
 }
 
 void printLine(std::string_view message) noexcept {
   std::array<char, 8192> line;
   char* end = std::copy(kPrefix.begin(), kPrefix.end(), line.data());
   const std::string_view shown = message.substr(0, line.size() - kPrefix.size() - 1);
-  end = std::transform(shown.begin(), shown.end(), end, printable);
+  char* const start = end;
+  end = std::copy(shown.begin(), shown.end(), start);
+  makePrintable({start, end});
   *end++ = '\n';
   // Nobody is left to tell when standard error itself cannot be written.
   [[maybe_unused]] const ssize_t written =

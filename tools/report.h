@@ -3,6 +3,7 @@
 #define VEXO_TOOLS_REPORT_H
 
 #include <cstdint>
+#include <span>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -30,8 +31,9 @@ class Failure : public std::runtime_error {
 };
 
 /// Names, keys and values come from input: none may break a line or steer the terminal. Control
-/// bytes become '?'.
-char printable(char byte) noexcept;
+/// bytes that are not among `kept` become '?', and so do both bytes of the control characters that
+/// UTF-8 has beyond ASCII.
+void makePrintable(std::span<char> text, std::string_view kept = {}) noexcept;
 
 /// Prints "vexo-variant: MESSAGE" as exactly one printable line; what goes past a few kilobytes is
 /// cut off. Needs no memory.
