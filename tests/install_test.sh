@@ -70,7 +70,14 @@ use() {
   ! grep -rq "$source" "$prefix" --include='*.cmake' --include='*.pc' --include='*.h' ||
     fail "$1: a path of this machine is in it"
 }
-tool() { [ "$(echo '{"a":[1,2]}' | "$prefix/bin/vexo-variant" -c)" = '{"a":[1,2]}' ]; }
+tool() {
+  [ "$(echo '{"a":[1,2]}' | "$prefix/bin/vexo-variant" -c)" = '{"a":[1,2]}' ]
+  local file
+  for file in man/man1/vexo-variant.1 bash-completion/completions/vexo-variant \
+    zsh/site-functions/_vexo-variant fish/vendor_completions.d/vexo-variant.fish; do
+    [ -s "$prefix/share/$file" ]
+  done
+}
 
 # Ways to an installed tree.
 cmake --install "$build" --prefix "$trees/first" >/dev/null
