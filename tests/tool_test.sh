@@ -183,6 +183,20 @@ checkAll <<'EOF'
 1|| {"\xC2\x9B\xC2\xA9":"\e"} | + a = 1\n- ??\xC2\xA9 = "?"\n | diff - set.toml
 EOF
 
+# --- comments, which writing in place drops ----
+while IFS='|' read -r file text warning; do
+  printf '%s\n' a=1 > c.kvp && printf '%s\n' "$text" > c.json && printf '%s\n' "$text" >> c.kvp
+  check 0 '' '' '' "$file copy.bin" && check 0 "${warning:+warning: $file: $warning}" '' '' "-i $file"
+done <<'EOF'
+c.json|1 #c|comments are not kept
+c.json|"\"/" // c|comments are not kept
+c.json|{"a":1/**/}|comments are not kept
+c.json|{"/":"#","\\":"\""}|
+c.json|"//"|
+c.kvp|#b=1|comments are not kept
+c.kvp|b=#1|
+EOF
+
 # --- what the checks have left in files ----
 run -c out.BIN | cmp -s - <(printf '%s\n' "$json"); verdict 'through a BIN file'
 [ -L link.json ] && [ "$(stat -c %a edit.json)$(< edit.json)" = "640$json" ]; verdict 'in place'

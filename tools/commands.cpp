@@ -94,7 +94,11 @@ struct Input {
 
   Variant read(const Options& options) {
     Variant value;
-    format.read(source.readAll(format.maxInput), options.formatting, value, reporter);
+    const std::string bytes = source.readAll(format.maxInput);
+    format.read(bytes, options.formatting, value, reporter);
+    if (options.inPlace && format.hasComments != nullptr && format.hasComments(bytes)) {
+      reporter.warn("comments are not kept");
+    }
     return value;
   }
 

@@ -129,4 +129,23 @@ bool looksLikeKvp(std::string_view head) {
   return mark != std::string_view::npos && line[mark] == '=';
 }
 
+bool hasJsonComments(std::string_view text) {
+  bool isInString = false;
+  for (std::size_t i = text.find_first_of("\"\\/#"); i < text.size();
+       i = text.find_first_of("\"\\/#", i + 1)) {
+    if (text[i] == '"') {
+      isInString = !isInString;
+    } else if (!isInString) {
+      return true;
+    } else if (text[i] == '\\') {
+      ++i;  // what it escapes
+    }
+  }
+  return false;
+}
+
+bool hasKvpComments(std::string_view text) {
+  return text.starts_with('#') || text.find("\n#") != std::string_view::npos;
+}
+
 }  // namespace tool

@@ -192,17 +192,25 @@ constexpr std::uint64_t kMaxJson = std::numeric_limits<std::int32_t>::max();
 
 /// In the order in which content is matched.
 constexpr Format kFormats[] = {
-    {"bin", {".bin"}, Content::kBinary, kMaxCount, matchesBin, decodeBin, encodeBin},
-    {"toml", {".toml"}, Content::kText, kMaxCount, looksLikeToml, decodeToml, nullptr},
-    {"kvp", {".kvp"}, Content::kText, kMaxCount, looksLikeKvp, decodeKvp, encodeKvp},
+    {"bin", {".bin"}, Content::kBinary, kMaxCount, matchesBin, decodeBin, encodeBin, nullptr},
+    {"toml", {".toml"}, Content::kText, kMaxCount, looksLikeToml, decodeToml, nullptr, nullptr},
+    {"kvp",
+     {".kvp"},
+     Content::kText,
+     kMaxCount,
+     looksLikeKvp,
+     decodeKvp,
+     encodeKvp,
+     hasKvpComments},
     {"json",
      {".json", ".jsonc"},
      Content::kJson,
      kMaxJson,
      matchesAnything,
      decodeJson,
-     encodeJson},
-    {"amf", {".amf"}, Content::kBinary, 0, nullptr, nullptr, encodeAmf},
+     encodeJson,
+     hasJsonComments},
+    {"amf", {".amf"}, Content::kBinary, 0, nullptr, nullptr, encodeAmf, nullptr},
 };
 
 constexpr char kLetterCase = 'a' - 'A';

@@ -39,6 +39,9 @@ struct Format {
   std::string (*write)(const vexo::variant::Variant& value, const FormatOptions& options,
                        const Reporter& reporter);
 
+  /// Whether an input that was read has comments, which no output keeps; null: never.
+  bool (*hasComments)(std::string_view input);
+
   /// These end the command for a format that lacks the direction; `path` is the file concerned.
   const Format& readable(const std::string& path) const;
   const Format& writable(const std::string& path) const;
