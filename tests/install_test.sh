@@ -70,14 +70,7 @@ use() {
   ! grep -rq "$source" "$prefix" --include='*.cmake' --include='*.pc' --include='*.h' ||
     fail "$1: a path of this machine is in it"
 }
-tool() {
-  [ "$(echo '{"a":[1,2]}' | "$prefix/bin/vexo-variant" -c)" = '{"a":[1,2]}' ]
-  local file
-  for file in man/man1/vexo-variant.1 bash-completion/completions/vexo-variant \
-    zsh/site-functions/_vexo-variant fish/vendor_completions.d/vexo-variant.fish; do
-    [ -s "$prefix/share/$file" ]
-  done
-}
+tool() { [ "$(echo '{"a":[1,2]}' | "$prefix/bin/vexo-variant" -c)" = '{"a":[1,2]}' ]; }
 
 # Ways to an installed tree.
 cmake --install "$build" --prefix "$trees/first" >/dev/null
@@ -118,7 +111,11 @@ packages_hold() {
           LIB/pkgconfig/vexo_platform.pc LIB/pkgconfig/vexo_variant.pc
           $(printf 'LIB/cmake/vexo_variant/vexo_variant%s.cmake ' Config ConfigVersion Targets \
             'Targets-*')" ;;
-      vexo-variant) expected=bin/vexo-variant ;;
+      vexo-variant)
+        expected="bin/vexo-variant share/man/man1/vexo-variant.1
+          share/bash-completion/completions/vexo-variant
+          share/fish/vendor_completions.d/vexo-variant.fish
+          share/zsh/vendor-completions/_vexo-variant" ;;
     esac
     diff <(printf '%s\n' $expected $docs | LC_ALL=C sort) <(contents $package) || return 1
   done
