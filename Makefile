@@ -6,8 +6,8 @@ SUDO := $(if $(filter-out 0,$(shell id -u)),sudo)
 BUILD := g++ cmake ninja-build libcli11-dev
 PACKAGE := $(BUILD) dpkg-dev
 # The tests compile the public header with every compiler it is made for, run under two foreign
-# locales, install in every way, look at values with gdb, make the
-# reference, and complete commands in three shells.
+# locales, install in every way, look at values with gdb, make the reference, and complete commands
+# in three shells.
 TEST := $(PACKAGE) libgtest-dev clang-14 g++-arm-linux-gnueabihf locales binutils pkg-config gdb \
   doxygen fish mandoc zsh
 ARM := $(TEST) googletest qemu-user
