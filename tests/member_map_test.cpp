@@ -79,6 +79,19 @@ TEST(MemberMap, IsSparingWithMemory) {
   EXPECT_LT(tests::liveBytes(), bytes + 16 * 1024) << "a queue takes its slots again";
 }
 
+TEST(MemberMap, IsBuiltAtOnceInOneBlockWhateverBlockItHad) {
+  const std::size_t blocks = tests::liveBlocks();
+  for (const std::size_t reserved : {0u, 1u, 5u}) {
+    MemberMap<std::int64_t, std::size_t> map;
+    map.reserve(reserved);
+    const auto keyAt = [](std::size_t i) { return static_cast<std::int64_t>(7 * i); };
+    map.build(3, keyAt, [](std::size_t i, std::size_t& member) { member = i; });
+    EXPECT_EQ(tests::liveBlocks(), blocks + 1);
+    EXPECT_TRUE(map.size() == 3 && map.at(14) == 2);
+  }
+  EXPECT_EQ(tests::liveBlocks(), blocks);
+}
+
 using Map = MemberMap<std::string, std::string>;
 
 /// Fails every allocation in turn: the map must be as it was.

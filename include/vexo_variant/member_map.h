@@ -190,11 +190,12 @@ class MemberMap {
 
   /// Gives an empty map `count` members in one block, exactly as large: `keyAt(i)` is the key of
   /// the i-th, above all before it, which the caller knows, and `fill(i, member)` gives it its
-  /// content.
+  /// content. When memory runs out on the way the members up to there stay.
   template <class KeyAt, class Fill>
   void build(size_type count, const KeyAt& keyAt, const Fill& fill) {
     if (count == 0) return;
     Header* const only = newBlock(checkedSize(count));
+    clear();  // an empty map can have a block: reserved, or made for a key that did not fit
     root_ = only;
     value_type* slot = elementsOf(only);
     for (size_type i = 0; i < count; ++i, ++slot) {
