@@ -35,7 +35,7 @@ bool TreeGatherer::orderNames(const Container& object) {
   if (last.count == count) {
     std::copy_n(last.places, count, order);
   } else {
-    std::iota(order, order + count, 0);
+    std::iota(order, order + count, std::uint32_t{0});
   }
   return isAscending(names) || sortNames(names, last);
 }

@@ -199,6 +199,20 @@ TEST(JsonReader, NamesOfMembers) {
       {"2":4,"\/":5,"-3":6} => {-3:6,2:4,'/':5})");
 }
 
+TEST(JsonReader, ObjectsInTheOrderOfTheOneBeforeAndInOthers) {
+  for (std::size_t count = 2; count <= 80; ++count) {
+    const auto object = [count](std::size_t step) {  // ascending for 1, descending for count - 1
+      std::string text;
+      for (std::size_t i = 0, k = 0; i < count; ++i, k = (k + step) % count)
+        text += (i == 0 ? "{\"name of " : ",\"name of ") + std::to_string(100 + k) + "\":[]";
+      return text + "}";
+    };
+    const std::string up = object(1), down = object(count - 1);
+    EXPECT_EQ(json(parsed("[" + down + down + up + down + "]")),
+              "[" + up + "," + up + "," + up + "," + up + "]");
+  }
+}
+
 TEST(JsonReader, RepeatedNamesMeetInOneMember) {
   checkReadings(R"(
       {"a":1,"a":"x"} => {'a':"x"}   {"a":300,"a":null} => {'a':INT16 300}

@@ -60,6 +60,7 @@ TEST(Kvp, LinesAreReadAsATree) {
       a/b.c=1|a.b=2|a/b.d=3|/a=4|[0]=5 => {"/a":4,"[0]":5,"a":{"b":{"d":3}},"a/b":{"c":1}}
       0=x|[0]=y|[=z => {"0":"y","[":"z"}   [0]=x|a/b= => {"[0]":"x","a/b":""} => f   +=1 => {"+":1}
       v=b64:!!!! => {"v":"b64:"} => => 6    é=1| v=B64:AAB= => {"v":"b64:","é":1} => => 12
+      a=1|no line|a.b=2|b=1 => {"a":{"b":2},"b":1}
       v.w=5|v=b64:A===|v=6 => {"v":"b64:"} => => 12   v=b64:=A== => {"v":"b64:"} => f => 6)"
              "   a=0|a\0b.c=1 => {\"a\":{\"c\":1}}   \t #a=1| \v\f\r|bad \r|  x= 5|y=7\r|z== => "
              "{\"x\":\" 5\",\"y\":\"7\\r\",\"z\":\"=\"}"s)) {
@@ -73,8 +74,10 @@ TEST(Kvp, LinesAreReadAsATree) {
     EXPECT_EQ(isRead ? "" : std::to_string(error.position.offset), row[3]);
     EXPECT_EQ(value.ToString(), parsed(row[1]).ToString()) << row[0];
   }
-  EXPECT_EQ(takeMessages(), Messages{"src/variant_kvp FromKVP 3: Invalid line detected. Line "
-                                     "number (starting from 0): 2, \"bad \r\""});
+  const std::string complaint =
+      "src/variant_kvp FromKVP 3: Invalid line detected. Line number (starting from 0): ";
+  const Messages expected{complaint + "1, \"no line\"", complaint + "2, \"bad \r\""};
+  EXPECT_EQ(takeMessages(), expected);
   const TemporaryFile file;
   Variant value = file.path;
   EXPECT_TRUE(parsed("[1]").ToKVPFile(value, "=", "\n") &&

@@ -198,16 +198,19 @@ TEST(Memory, PassesOverTreesOfOrdinaryDepthAllocateNothing) {
   EXPECT_TRUE(isEqual && count > 0 && count == internal);
 }
 
-TEST(Memory, TextThatDoesNotFitEndsWhereItWasWritten) {
-  const Input in(2);
-  const std::string whole = "before" + in.json;
-  for (std::size_t n = 0, isDone = 0; !isDone; ++n) {
-    std::string text = "before";
-    try {
-      const FailingAllocation failing(n);
-      isDone = in.tree.ToJSON("", text, false, false, 0);
-    } catch (const std::bad_alloc&) {
-      EXPECT_EQ(text, whole.substr(0, std::max(text.size(), std::size_t{6})));
+TEST(Memory, TextIsAppendedWholeOrNotAtAll) {
+  const Input in(2000);  // several parts of a text
+  for (const bool isJson : {true, false}) {
+    const std::string whole = "before" + (isJson ? in.json : in.kvp);
+    for (std::size_t n = 0, isDone = 0; !isDone; ++n) {
+      std::string text = "before";
+      try {
+        const FailingAllocation failing(n);
+        isDone = isJson ? in.tree.ToJSON("", text, false, false, 0)
+                        : in.tree.ToKVP(text, "=", "\n");
+      } catch (const std::bad_alloc&) {
+      }
+      EXPECT_TRUE(text == (isDone ? whole : "before")) << n;
     }
   }
 }
