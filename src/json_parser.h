@@ -17,8 +17,7 @@ namespace vexo::variant {
 /// - openArray(), openObject(), and close(), which returns false to stop the parse;
 /// - element(): a value follows for a new element; false when there is no key left for it;
 /// - name(text, lasting): a value follows for the member of that name; `lasting` tells that the
-/// text
-///   is a part of the input;
+///   name is a part of the input, rather than decoded;
 /// - null(), boolean(bool), number(Held), text(string_view): the value.
 template <class Builder>
 class JsonParser {

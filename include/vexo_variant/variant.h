@@ -3,13 +3,11 @@
 ///
 /// Conventions that hold for every declaration below:
 /// - A value owns everything below it. Copies are deep, moves hand the record over and leave null.
-/// - A contract violation (an operation on a value of a type it does not accept) logs its message
-/// at
-///   level 3 through `logInternal` and ends the process through `forceCrash`; it never returns.
+/// - A contract violation (an operation on a value of a type it does not accept) logs its message,
+///   at level 3 through `logInternal`, and ends the process through `forceCrash`; it never returns.
 ///   Bad input is never a contract violation: readers report it by their result.
-/// - `std::bad_alloc` passes through to the caller; nothing leaks then, and the value that was
-/// being
-///   changed is valid (null after a failed assignment).
+/// - `std::bad_alloc` passes through to the caller; nothing leaks then, and a value that was
+///   being changed is valid (null after a failed assignment).
 /// - Any number of threads may read one tree; a thread that changes a tree must have it to itself.
 /// - No operation's use of stack grows with the depth of a tree or of an input, and none depends on
 ///   the locale.
