@@ -67,7 +67,7 @@ class GatheringJsonBuilder {
 
  private:
   const bool compact_;
-  TreeGatherer tree_{false};
+  TreeGatherer tree_{TreeGatherer::IntegersMake::kObjects};
 };
 
 }  // namespace vexo::variant

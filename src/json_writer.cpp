@@ -49,6 +49,7 @@ char* copyEscaped(std::string_view text, char* out) {
     const std::size_t count = std::min(static_cast<std::size_t>(end - at), Chunk::kSize);
     const Chunk bytes = count == Chunk::kSize ? Chunk(at) : Chunk::part(at, count);
     const Chunk::Marks marks = marksOfEscapes(bytes);
+    // In a part the zero bytes behind the text are marked; no mark at all has no first.
     const std::size_t plain = std::min(marks == 0 ? count : Chunk::first(marks), count);
     bytes.store(out);
     at += plain;

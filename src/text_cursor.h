@@ -16,8 +16,9 @@ namespace vexo::variant {
 /// The bytes need not end in a zero byte, which is a byte like any other. The cursor remembers its
 /// first failure; what fails returns false.
 ///
-/// No function that is called, rather than inlined, gets the address of a cursor, so that one that
-/// is a local variable lives in registers: what is rare is done by static functions.
+/// None of its own functions that is called, rather than inlined, gets the address of the cursor,
+/// so that one that is a local variable can live in registers: what is rare is done by static
+/// functions.
 class TextCursor {
  public:
   TextCursor(const char* data, std::size_t length)

@@ -72,7 +72,7 @@ void TreeGatherer::fillObject(VariantMap& map, const Container& object) {
   const std::uint32_t* const integers = order_.begin();
   const std::uint32_t* const texts = std::partition_point(
       order_.begin(), order_.end(), [names](std::uint32_t i) { return names[i].isInteger(); });
-  if (integersMakeArrays_ && texts != integers) map.isArray = 1;
+  if (integersMake_ == IntegersMake::kArrays && texts != integers) map.isArray = 1;
   map.numericKeys.build(
       static_cast<std::size_t>(texts - integers),
       [&](std::size_t i) { return names[integers[i]].integer(); },

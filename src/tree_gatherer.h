@@ -17,8 +17,10 @@ namespace vexo::variant {
 /// what that means is for the reader to say, which then does its work again in another way.
 class TreeGatherer {
  public:
-  /// `integersMakeArrays`: an object is an array when it has an integer name.
-  explicit TreeGatherer(bool integersMakeArrays) : integersMakeArrays_(integersMakeArrays) {}
+  /// What an object with integer names becomes.
+  enum class IntegersMake { kObjects, kArrays };
+
+  explicit TreeGatherer(IntegersMake integersMake) : integersMake_(integersMake) {}
   TreeGatherer(const TreeGatherer&) = delete;
   TreeGatherer& operator=(const TreeGatherer&) = delete;
   ~TreeGatherer() { release(0); }
@@ -80,7 +82,7 @@ class TreeGatherer {
   struct LastOrder {
     static constexpr std::size_t kMost = 64;
     std::uint8_t count = 0;
-    std::uint8_t places[kMost];
+    std::uint8_t places[kMost];  // as many as `count` tells
   };
   static constexpr std::size_t kLastOrders = 16;
 
@@ -92,13 +94,13 @@ class TreeGatherer {
   void moveTo(Variant& member, std::size_t value);
   void release(std::size_t first) noexcept;
 
-  const bool integersMakeArrays_;
+  const IntegersMake integersMake_;
   PodStack<Held, 64> values_;
   PodStack<Name, 32> names_;
   PodStack<Container, 16> open_;
   std::forward_list<std::string> keptTexts_;
   PodStack<std::uint32_t, LastOrder::kMost> order_;  // the places of names, ascending by name
-  LastOrder lastOrders_[kLastOrders];                // by the lowest bits of their counts
+  LastOrder lastOrders_[kLastOrders];                // by their counts, modulo kLastOrders
 };
 
 }  // namespace vexo::variant

@@ -105,9 +105,14 @@ struct Word {
 constexpr Word kWords[] = {{"on", 1},  {"enable", 1},  {"enabled", 1},  {"true", 1},
                            {"off", 0}, {"disable", 0}, {"disabled", 0}, {"false", 0}};
 
+constexpr std::size_t kLongestWord = [] {
+  std::size_t longest = 0;
+  for (const Word& word : kWords) longest = std::max(longest, word.text.size());
+  return longest;
+}();
+
 const Word* findWord(std::string_view text) {
-  constexpr std::size_t kLongest = 8;
-  if (text.size() > kLongest) return nullptr;
+  if (text.size() > kLongestWord) return nullptr;
   const auto found = std::find_if(std::begin(kWords), std::end(kWords), [text](const Word& word) {
     return ascii::equal(text, word.text);
   });
@@ -128,7 +133,18 @@ Held holdValue(std::string_view text) {
   return holdText(text);
 }
 
-/// The lines of a text, as a builder has
+/// What the text of a line stands for. `valid` is false for a marked buffer that is not base64.
+Held holdLine(std::string_view text, const KvpRules& rules, bool& valid) {
+  valid = true;
+  if (rules.valuesAsStrings) return holdText(text);
+  if (!isMarkedBuffer(text)) return holdValue(text);
+  const std::string_view base64 = text.substr(kBinaryMarker.size());
+  auto buffer = decodeBase64(base64);
+  valid = base64.empty() || buffer->size > 0;
+  return holdRecord(buffer.release());
+}
+
+/// Hands each line of a text to a builder, which has
 /// - member(key, text): a line; false to stop;
 /// - invalid(number, line): a line without '='.
 template <class Builder>
@@ -174,7 +190,11 @@ class DirectKvpBuilder {
 
   void invalid(const InvalidLine& line) { line.report(); }
   bool member(std::string_view key, std::string_view text) {
-    return store(rules_.splitKeys ? follow(key) : memberAt(root_, key), text);
+    Variant& member = rules_.splitKeys ? follow(key) : memberAt(root_, key);
+    bool valid = false;
+    replace(member, holdLine(text, rules_, valid));
+    if (!valid) failedAt_ = text.data() + kBinaryMarker.size();
+    return valid;
   }
 
   /// The text that is no base64.
@@ -235,19 +255,6 @@ class DirectKvpBuilder {
     return map.numericKeys.try_emplace(number).first->second;
   }
 
-  bool store(Variant& member, std::string_view text) {
-    if (rules_.valuesAsStrings || !isMarkedBuffer(text)) {
-      replace(member, rules_.valuesAsStrings ? holdText(text) : holdValue(text));
-      return true;
-    }
-    const std::string_view base64 = text.substr(kBinaryMarker.size());
-    auto buffer = decodeBase64(base64);
-    const bool decoded = base64.empty() || buffer->size > 0;
-    replace(member, holdRecord(buffer.release()));
-    if (!decoded) failedAt_ = base64.data();
-    return decoded;
-  }
-
   const KvpRules rules_;
   Variant& root_;
   std::string_view lastKey_;
@@ -264,10 +271,15 @@ class GatheringKvpBuilder {
 
   void invalid(const InvalidLine& line) { invalidLines_.push(line); }
   bool member(std::string_view key, std::string_view text) {
-    if (!(rules_.splitKeys ? follow(key) : nameInRoot(key))) return false;
-    if (!rules_.valuesAsStrings && isMarkedBuffer(text)) return addBuffer(text);
-    tree_.addMade([&] { return rules_.valuesAsStrings ? holdText(text) : holdValue(text); });
-    return true;
+    if (tree_.depth() == 0) tree_.openObject();
+    if (!rules_.splitKeys) {
+      tree_.name(key);
+    } else if (!follow(key)) {
+      return false;
+    }
+    bool valid = false;
+    tree_.addMade([&] { return holdLine(text, rules_, valid); });
+    return valid;
   }
 
   /// Gives the finished tree to a value that is null; without any line it stays so.
@@ -281,19 +293,8 @@ class GatheringKvpBuilder {
   }
 
  private:
-  void openRoot() {
-    if (tree_.depth() == 0) tree_.openObject();
-  }
-
-  bool nameInRoot(std::string_view key) {
-    openRoot();
-    tree_.name(key);
-    return true;
-  }
-
   /// Closes the maps that the key does not lead through, opens those that are new.
   bool follow(std::string_view key) {
-    openRoot();
     if (!closeTo(swar::commonPrefix(key, lastKey_))) return false;
     lastKey_ = key;
     std::size_t start = ends_.empty() ? 0 : ends_.top() + 1;
@@ -316,6 +317,7 @@ class GatheringKvpBuilder {
     return true;
   }
 
+  /// False where the name may lead elsewhere, and everything gathered is given up.
   bool name(std::string_view part) {
     std::int64_t number = 0;
     if (!rules_.numericKeysAsStrings && parseIntegerName(part, number)) {
@@ -332,19 +334,8 @@ class GatheringKvpBuilder {
     return integer == "0" || (integer.front() >= '1' && integer.front() <= '9');
   }
 
-  bool addBuffer(std::string_view text) {
-    const std::string_view base64 = text.substr(kBinaryMarker.size());
-    bool decoded = false;
-    tree_.addMade([&] {
-      auto buffer = decodeBase64(base64);
-      decoded = base64.empty() || buffer->size > 0;
-      return holdRecord(buffer.release());
-    });
-    return decoded;
-  }
-
   const KvpRules rules_;
-  TreeGatherer tree_{true};
+  TreeGatherer tree_{TreeGatherer::IntegersMake::kArrays};
   std::string_view lastKey_;
   PodStack<std::size_t, 16> ends_;  // of the parts of the last key that led to the open maps
   PodStack<InvalidLine, 4> invalidLines_;

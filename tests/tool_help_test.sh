@@ -144,7 +144,7 @@ diff show --monochr    | --monochrome
 END
 
 # --- the examples of the documentation ----
-cp "$root"/examples/* . && sed -n '/^```console$/,/^```$/{/^```/d;p}' "$root/docs/command.md" > console
+cp "$root"/examples/*.* . && sed -n '/^```console$/,/^```$/{/^```/d;p}' "$root/docs/command.md" > console
 again() { return "$status"; }  # for an example that looks at the exit code of the one before
 status=0
 grep '^\$ ' console | while IFS= read -r line; do

@@ -425,7 +425,8 @@ class MemberMap {
     return static_cast<std::uint32_t>(count);
   }
 
-  static Header* newBlock(std::uint32_t capacity) {
+  // Inlined, it would let GCC warn that a Spread does not fit into the block.
+  __attribute__((noinline)) static Header* newBlock(std::uint32_t capacity) {
     static_assert(sizeof(Header) % alignof(value_type) == 0, "elements follow without a gap");
     if (capacity > std::numeric_limits<size_type>::max() / 2 / sizeof(value_type)) {
       throw std::bad_alloc();
