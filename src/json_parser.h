@@ -5,7 +5,6 @@
 
 #include <string>
 
-#include "ascii.h"
 #include "number_text.h"
 #include "swar.h"
 #include "text_cursor.h"
@@ -23,7 +22,7 @@ template <class Builder>
 class JsonParser {
  public:
   /// `scratch` is for strings with escapes.
-  JsonParser(const TextCursor& cursor, Builder& builder, std::string& scratch)
+  JsonParser(const TextCursor& cursor, Builder& builder, TextCursor::Scratch& scratch)
       : cursor_(cursor), builder_(builder), scratch_(scratch) {}
 
   const TextCursor& cursor() const { return cursor_; }
@@ -71,8 +70,7 @@ class JsonParser {
       case 'N':
         return readNull();
       default:
-        if (c != '+' && c != '-' && c != '.' && !ascii::isDigit(c)) return fail("expected a value");
-        return readNumber();
+        return startsNumber(c) ? readNumber() : fail("expected a value");
     }
   }
 
@@ -117,10 +115,11 @@ class JsonParser {
     if (!cursor_.at('"')) return fail("expected '}' or a member name in double quotes");
     std::string_view name;
     if (!cursor_.readQuoted(scratch_, name)) return Next::kFailed;
-    builder_.name(name, name.data() != scratch_.data());
+    builder_.name(name, name.data() != scratch_.begin());
     if (!cursor_.at(':') && !cursor_.skipGap()) return Next::kFailed;
     if (!cursor_.at(':')) return fail("expected ':' after member name");
     cursor_.advance();
+    if (cursor_.at(' ')) cursor_.advance();  // mostly that is the whole gap
     return Next::kValue;
   }
 
@@ -168,7 +167,7 @@ class JsonParser {
 
   TextCursor cursor_;
   Builder& builder_;
-  std::string& scratch_;
+  TextCursor::Scratch& scratch_;
 };
 
 }  // namespace vexo::variant

@@ -1,9 +1,9 @@
 #include "json_writer.h"
 
 #include <algorithm>
-#include <array>
 #include <cstdint>
 
+#include "json_escapes.h"
 #include "log_area.h"
 #include "number_text.h"
 #include "scalar_text.h"
@@ -15,50 +15,42 @@ namespace {
 
 constexpr LogArea kLog{"src/variant_json"};
 
-/// For each byte the letter of its escape, or 0.
-constexpr std::array<char, 256> kEscapes = [] {
-  std::array<char, 256> table{};
-  table['\b'] = 'b';
-  table['\t'] = 't';
-  table['\n'] = 'n';
-  table['\f'] = 'f';
-  table['\r'] = 'r';
-  table['"'] = '"';
-  table['/'] = '/';
-  table['\\'] = '\\';
-  return table;
-}();
-
-constexpr char escapeOf(char c) { return kEscapes[static_cast<unsigned char>(c)]; }
+char* putByte(char c, char* out) {
+  const char letter = json::escapeLetter(c);
+  if (letter != 0) *out++ = '\\';
+  *out = letter != 0 ? letter : c;
+  return out + 1;
+}
 
 using swar::Chunk;
 
-/// Marks the bytes that may need an escape.
-Chunk::Marks marksOfEscapes(const Chunk& bytes) {
-  return bytes.marksOfControls() | bytes.marksOf('"') | bytes.marksOf('/') | bytes.marksOf('\\');
-}
+/// Marks the bytes that may need an escape, zero bytes among them.
+Chunk::Marks marksOfEscapes(const Chunk& bytes) { return bytes.marksOfControlsOr('"', '/', '\\'); }
 
 constexpr std::size_t kMostEscaped = 2;  // bytes for one
+constexpr std::size_t kPart = 4096;      // so that a long text is not given room for twice its size
 
 /// Copies a text with its escapes, a chunk at a time where there are none. There must be room for
 /// kMostEscaped bytes for each byte, and for a chunk more. Returns the end.
-char* copyEscaped(std::string_view text, char* out) {
+[[gnu::always_inline]] inline char* copyEscaped(std::string_view text, char* out) {
   const char* at = text.data();
   const char* const end = at + text.size();
-  while (at != end) {
-    const std::size_t count = std::min(static_cast<std::size_t>(end - at), Chunk::kSize);
-    const Chunk bytes = count == Chunk::kSize ? Chunk(at) : Chunk::part(at, count);
-    const Chunk::Marks marks = marksOfEscapes(bytes);
-    // In a part the zero bytes behind the text are marked; no mark at all has no first.
-    const std::size_t plain = std::min(marks == 0 ? count : Chunk::first(marks), count);
+  while (static_cast<std::size_t>(end - at) >= Chunk::kSize) {
+    const Chunk bytes(at);
     bytes.store(out);
+    const Chunk::Marks marks = marksOfEscapes(bytes);
+    const std::size_t plain = marks == 0 ? Chunk::kSize : Chunk::first(marks);
     at += plain;
     out += plain;
-    if (plain == count) continue;
-    const char letter = escapeOf(*at);
-    if (letter != 0) *out++ = '\\';
-    *out++ = letter != 0 ? letter : *at;
-    ++at;
+    if (marks != 0) out = putByte(*at++, out);
+  }
+  while (at != end) {
+    const Chunk bytes = Chunk::part(at, static_cast<std::size_t>(end - at));
+    bytes.store(out);
+    const std::size_t plain = Chunk::first(marksOfEscapes(bytes));  // the zero bytes end it
+    at += plain;
+    out += plain;
+    if (at != end) out = putByte(*at++, out);
   }
   return out;
 }
@@ -71,7 +63,10 @@ void JsonWriter::indent() {
 }
 
 void JsonWriter::beforeName(const Variant& value) {
-  if (!layout_.pretty) return;
+  if (layout_.pretty) indentName(value);
+}
+
+void JsonWriter::indentName(const Variant& value) {
   indent();
   if (!layout_.withTypes || isMap(value)) return;
   output_.put('(');
@@ -93,6 +88,7 @@ void JsonWriter::prefix(const Variant& value, std::string_view name) {
 
 bool JsonWriter::leaf(const Variant& value) {
   const std::uint32_t type = typeOf(value);
+  if (isInteger(type) || type == V_DOUBLE) return appendScalarText(value, output_);
   switch (type) {
     case V_STRING:
       quoted(*payloadOf(value).string);
@@ -167,28 +163,27 @@ bool JsonWriter::stringMember(Mark& mark, const std::string& key, const Variant&
 }
 
 void JsonWriter::quoted(std::string_view text) {
-  if (layout_.withTypes) {
-    output_.put('"');
-    output_.put(text);
-    output_.put('"');
-  } else {
-    escaped(text);
-  }
+  if (layout_.withTypes || text.size() > kPart) [[unlikely]]
+    return quotedUncommon(text);
+  char* out = output_.room(kMostEscaped * text.size() + Chunk::kSize + 2);
+  *out++ = '"';
+  out = copyEscaped(text, out);
+  *out++ = '"';
+  output_.advanceTo(out);
 }
 
-void JsonWriter::escaped(std::string_view text) {
-  constexpr std::size_t kPart = 4096;  // so that a long text is not given room for twice its size
-  bool isFirst = true;
-  do {
+[[gnu::noinline]] void JsonWriter::quotedUncommon(std::string_view text) {
+  output_.put('"');
+  if (layout_.withTypes) {
+    output_.put(text);
+    text = {};
+  }
+  for (; !text.empty(); text.remove_prefix(std::min(text.size(), kPart))) {
     const std::string_view part = text.substr(0, kPart);
-    text.remove_prefix(part.size());
-    char* out = output_.room(kMostEscaped * part.size() + Chunk::kSize + 2);
-    if (isFirst) *out++ = '"';
-    isFirst = false;
-    out = copyEscaped(part, out);
-    if (text.empty()) *out++ = '"';
-    output_.advanceTo(out);
-  } while (!text.empty());
+    char* const out = output_.room(kMostEscaped * part.size() + Chunk::kSize);
+    output_.advanceTo(copyEscaped(part, out));
+  }
+  output_.put('"');
 }
 
 }  // namespace vexo::variant

@@ -40,10 +40,11 @@ class JsonWriter : public TreeVisitor<const Variant> {
  private:
   void separate(Mark& mark);
   void beforeName(const Variant& value);
+  void indentName(const Variant& value);
   void afterName();
   void indent();
   void quoted(std::string_view text);
-  void escaped(std::string_view text);
+  void quotedUncommon(std::string_view text);
   bool binary(const VariantBuffer& buffer);
 
   TextSink output_;

@@ -24,9 +24,12 @@ constexpr std::uint64_t kEightDigits = 100000000;
 
 /// Writes a number below 10^8.
 char* writeShort(std::uint32_t value, char* out) {
+  if (value < 10) {
+    *out = static_cast<char>('0' + value);
+    return out + 1;
+  }
   const std::uint64_t digits = swar::digitsOf(value);
-  const std::uint64_t marks = digits ^ swar::repeat('0');
-  const std::size_t zeros = marks == 0 ? 7 : swar::firstMark(marks);
+  const std::size_t zeros = swar::firstMark(digits ^ swar::repeat('0'));
   swar::store(digits >> (8 * zeros), out);
   return out + (8 - zeros);
 }

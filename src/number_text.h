@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <string_view>
 
+#include "ascii.h"
 #include "variant_access.h"
 
 namespace vexo::variant {
@@ -59,6 +60,9 @@ inline constexpr std::array<bool, 256> kNumberBytes = [] {
 
 /// Whether the byte may occur in a number.
 inline bool isNumberByte(char c) { return kNumberBytes[static_cast<unsigned char>(c)]; }
+
+/// Whether a number may start with the byte.
+inline bool startsNumber(char c) { return c == '-' || c == '+' || c == '.' || ascii::isDigit(c); }
 
 /// The number bytes at the start of a text, and the value that they stand for as a whole: with a
 /// '.' a double, or an INT64 where it is whole; after a '-' an INT64; else a UINT64; integers in

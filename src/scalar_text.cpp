@@ -54,10 +54,14 @@ bool appendScalarText(const Variant& value, TextSink& output) {
   }
   switch (type) {
     case V_NULL:
-      output.put("null");
+      output.putLiteral("null");
       return true;
     case V_BOOL:
-      output.put(integerBits(value) != 0 ? "true" : "false");
+      if (integerBits(value) != 0) {
+        output.putLiteral("true");
+      } else {
+        output.putLiteral("false");
+      }
       return true;
     case V_TIMESTAMP:
       output.put(vexo::utils::timevalToString(payload.timestamp));

@@ -83,10 +83,16 @@ class Chunk {
   }
   void store(char* out) const { _mm_storeu_si128(reinterpret_cast<__m128i*>(out), bytes_); }
 
-  Marks marksOf(char c) const { return marks(_mm_cmpeq_epi8(bytes_, _mm_set1_epi8(c))); }
+  /// Marks any of several bytes.
+  template <class... Chars>
+  Marks marksOf(Chars... chars) const {
+    return marks((equal(chars) | ...));
+  }
   Marks marksOfOthers(char c) const { return marksOf(c) ^ 0xFFFF; }
-  Marks marksOfControls() const {
-    return marks(_mm_cmpeq_epi8(_mm_min_epu8(bytes_, _mm_set1_epi8(0x1F)), bytes_));
+  template <class... Chars>
+  Marks marksOfControlsOr(Chars... chars) const {
+    return marks(
+        (_mm_cmpeq_epi8(_mm_min_epu8(bytes_, _mm_set1_epi8(0x1F)), bytes_) | ... | equal(chars)));
   }
   static std::size_t first(Marks marks) {
     return static_cast<std::size_t>(std::countr_zero(marks));
@@ -95,6 +101,7 @@ class Chunk {
  private:
   Chunk(std::uint64_t low, std::uint64_t high)
       : bytes_(_mm_set_epi64x(static_cast<long long>(high), static_cast<long long>(low))) {}
+  __m128i equal(char c) const { return _mm_cmpeq_epi8(bytes_, _mm_set1_epi8(c)); }
   static Marks marks(__m128i bytes) { return static_cast<Marks>(_mm_movemask_epi8(bytes)); }
 
   __m128i bytes_;
@@ -110,9 +117,16 @@ class Chunk {
   static Chunk part(const char* text, std::size_t count) { return Chunk(loadPart(text, count)); }
   void store(char* out) const { swar::store(bytes_, out); }
 
-  Marks marksOf(char c) const { return swar::marksOf(bytes_, c); }
+  /// Marks any of several bytes.
+  template <class... Chars>
+  Marks marksOf(Chars... chars) const {
+    return (swar::marksOf(bytes_, chars) | ...);
+  }
   Marks marksOfOthers(char c) const { return bytes_ ^ repeat(c); }
-  Marks marksOfControls() const { return swar::marksOfControls(bytes_); }
+  template <class... Chars>
+  Marks marksOfControlsOr(Chars... chars) const {
+    return (swar::marksOfControls(bytes_) | ... | swar::marksOf(bytes_, chars));
+  }
   static std::size_t first(Marks marks) { return firstMark(marks); }
 
  private:
@@ -149,8 +163,9 @@ constexpr std::uint64_t digitsOf(std::uint32_t number) {
 inline std::size_t commonPrefix(std::string_view a, std::string_view b) {
   const std::size_t end = std::min(a.size(), b.size());
   std::size_t at = 0;
-  while (end - at >= sizeof(std::uint64_t) && load(a.data() + at) == load(b.data() + at)) {
-    at += sizeof(std::uint64_t);
+  for (; end - at >= sizeof(std::uint64_t); at += sizeof(std::uint64_t)) {
+    const std::uint64_t differences = load(a.data() + at) ^ load(b.data() + at);
+    if (differences != 0) return at + firstMark(differences);
   }
   while (at < end && a[at] == b[at]) ++at;
   return at;

@@ -6,9 +6,10 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
-#include <string>
 #include <string_view>
 
+#include "json_escapes.h"
+#include "pod_stack.h"
 #include "swar.h"
 
 namespace vexo::variant {
@@ -21,6 +22,9 @@ namespace vexo::variant {
 /// functions.
 class TextCursor {
  public:
+  /// Room for a string with escapes.
+  using Scratch = PodStack<char, 256>;
+
   TextCursor(const char* data, std::size_t length)
       : data_(data), here_(data), end_(data + length) {}
 
@@ -45,12 +49,12 @@ class TextCursor {
 
   /// Reads the string whose opening quote is here. The text is a part of the input, or, where it
   /// has escapes, is decoded into `scratch`.
-  bool readQuoted(std::string& scratch, std::string_view& text) {
+  bool readQuoted(Scratch& scratch, std::string_view& text) {
     const char* const first = here_ + 1;
     here_ = endOfPlain(first, end_);
     if (!at('"')) {
       if (!follow(decodeQuoted(first, here_, end_, scratch))) return false;
-      text = scratch;
+      text = {scratch.begin(), scratch.size()};
       return true;
     }
     text = {first, static_cast<std::size_t>(here_ - first)};
@@ -145,8 +149,7 @@ class TextCursor {
   /// The next quote or backslash, or the end, a chunk at a time.
   static const char* endOfPlain(const char* at, const char* end) {
     for (; static_cast<std::size_t>(end - at) >= Chunk::kSize; at += Chunk::kSize) {
-      const Chunk chunk(at);
-      const Chunk::Marks marks = chunk.marksOf('"') | chunk.marksOf('\\');
+      const Chunk::Marks marks = Chunk(at).marksOf('"', '\\');
       if (marks != 0) return at + Chunk::first(marks);
     }
     while (at != end && *at != '"' && *at != '\\') ++at;
@@ -155,26 +158,24 @@ class TextCursor {
 
   /// Decodes the string that begins at `first`, behind its quote, and is plain up to `at`.
   [[gnu::noinline]] static Step decodeQuoted(const char* first, const char* at, const char* end,
-                                             std::string& output) {
-    output.assign(first, at);
+                                             Scratch& output) {
+    output.truncate(0);
+    append(output, first, at);
     while (at != end && *at == '\\') {
-      const char byte = end - at < 2 ? '\0' : byteOfEscape(at[1]);
+      const char byte = end - at < 2 ? '\0' : json::escapedByte(at[1]);
       if (byte == '\0') return {at, R"(expected one of the escapes \b \f \n \r \t \" \\ \/)"};
-      output += byte;
+      output.push(byte);
       const char* const plain = at + 2;
       at = endOfPlain(plain, end);
-      output.append(plain, at);
+      append(output, plain, at);
     }
     if (at == end) return {first - 1, "expected '\"' to end the string that begins here"};
     return {at + 1, nullptr};
   }
 
-  /// The byte that a letter behind a backslash stands for, or 0.
-  static char byteOfEscape(char letter) {
-    constexpr std::string_view kLetters = "bfnrt\"\\/";
-    constexpr std::string_view kBytes = "\b\f\n\r\t\"\\/";
-    const std::size_t place = kLetters.find(letter);
-    return place == std::string_view::npos ? '\0' : kBytes[place];
+  static void append(Scratch& output, const char* begin, const char* end) {
+    const auto size = static_cast<std::size_t>(end - begin);
+    if (size != 0) std::memcpy(output.pushMany(size), begin, size);
   }
 
   const char* data_;

@@ -38,6 +38,12 @@ class TextSink {
     std::memcpy(room(text.size()), text.data(), text.size());
     here_ += text.size();
   }
+  /// The same for a text that the compiler knows, without a call.
+  template <std::size_t kSize>
+  void putLiteral(const char (&text)[kSize]) {
+    std::memcpy(room(kSize - 1), text, kSize - 1);
+    here_ += kSize - 1;
+  }
   void fill(std::size_t count, char c) {
     std::memset(room(count), c, count);
     here_ += count;

@@ -18,7 +18,7 @@ constexpr std::size_t kMaxLength = std::numeric_limits<std::int32_t>::max();
 /// Reads one value, and the gap behind it if so told.
 template <class Builder>
 bool readWith(Builder& builder, TextCursor& cursor, bool withGap) {
-  std::string scratch;
+  TextCursor::Scratch scratch;
   JsonParser<Builder> parser(cursor, builder, scratch);
   const bool done = parser.parse(withGap);
   cursor = parser.cursor();
