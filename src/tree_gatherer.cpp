@@ -23,14 +23,21 @@ bool TreeGatherer::close() {
   return true;
 }
 
+/// Where to look for the last object of a kind: with the same first name and as many names.
+std::size_t TreeGatherer::kindOf(const Name& first, std::size_t count) {
+  constexpr std::uint64_t kSpread = 0x9E3779B97F4A7C15;
+  return ((first.order ^ count) * kSpread) >> (64 - kLastOrderBits);
+}
+
 /// Finds the order of the object's names; false when one is repeated. Objects of a kind mostly give
-/// their names in the same order, so what was right for the last object with as many is tried
+/// their names in the same order, so what was right for the last object of this kind is tried
 /// first.
 bool TreeGatherer::orderNames(const Container& object) {
   const Name* const names = names_.begin() + object.firstName;
   const std::size_t count = names_.size() - object.firstName;
-  LastOrder& last = lastOrders_[count % kLastOrders];
   order_.truncate(0);
+  if (count == 0) return true;
+  LastOrder& last = lastOrders_[kindOf(names[0], count)];
   std::uint32_t* const order = order_.pushMany(count);
   if (last.count == count) {
     std::copy_n(last.places, count, order);

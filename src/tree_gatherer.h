@@ -84,8 +84,9 @@ class TreeGatherer {
     std::uint8_t count = 0;
     std::uint8_t places[kMost];  // as many as `count` tells
   };
-  static constexpr std::size_t kLastOrders = 16;
+  static constexpr unsigned kLastOrderBits = 5;
 
+  static std::size_t kindOf(const Name& first, std::size_t count);
   bool orderNames(const Container& object);
   bool sortNames(const Name* names, LastOrder& last);
   bool isAscending(const Name* names) const;
@@ -100,7 +101,7 @@ class TreeGatherer {
   PodStack<Container, 16> open_;
   std::forward_list<std::string> keptTexts_;
   PodStack<std::uint32_t, LastOrder::kMost> order_;  // the places of names, ascending by name
-  LastOrder lastOrders_[kLastOrders];                // by their counts, modulo kLastOrders
+  LastOrder lastOrders_[1 << kLastOrderBits];        // by kindOf()
 };
 
 }  // namespace vexo::variant
