@@ -53,11 +53,11 @@ inline Held compactSigned(std::uint64_t value) {
 inline Held compactDouble(double value) {
   constexpr double kSignedEnd = 9223372036854775808.0;     // 2^63
   constexpr double kUnsignedEnd = 18446744073709551616.0;  // 2^64
-  if (value < 0 && value >= -kSignedEnd) {
+  if (value >= -kSignedEnd && value < kSignedEnd) {
     const auto whole = static_cast<std::int64_t>(value);
     if (static_cast<double>(whole) == value)
       return compactSigned(static_cast<std::uint64_t>(whole));
-  } else if (value >= 0 && value < kUnsignedEnd) {
+  } else if (value >= kSignedEnd && value < kUnsignedEnd) {
     const auto whole = static_cast<std::uint64_t>(value);
     if (static_cast<double>(whole) == value) return compactUnsigned(whole);
   }

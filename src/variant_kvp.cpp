@@ -125,11 +125,11 @@ bool isMarkedBuffer(std::string_view text) {
 
 /// What a text that is no buffer stands for.
 Held holdValue(std::string_view text) {
-  if (const Word* word = findWord(text)) return hold(word->value);
-  if (!text.empty() && isNumberByte(text.front())) {
+  if (!text.empty() && startsNumber(text.front())) {
     const Held number = parseNumber(text);
     if (number.type != V_NULL) return compacted(number);
   }
+  if (const Word* word = findWord(text)) return hold(word->value);
   return holdText(text);
 }
 
@@ -176,10 +176,13 @@ struct InvalidLine {
   }
 };
 
+/// What a key chain that leads to an element starts with.
+constexpr char kElementMark = '[';
+
 /// Whether a name as a key chain leads to the member of that name and nowhere else.
 bool isPlainName(std::string_view name) {
   const auto isSpecial = [](char c) { return c == '/' || c == '\0'; };
-  return !name.starts_with('[') && std::none_of(name.begin(), name.end(), isSpecial);
+  return !name.starts_with(kElementMark) && std::none_of(name.begin(), name.end(), isSpecial);
 }
 
 /// Adds each line to the tree as it comes. This defines what a text means: how a path meets what
@@ -299,8 +302,8 @@ class GatheringKvpBuilder {
     lastKey_ = key;
     std::size_t start = ends_.empty() ? 0 : ends_.top() + 1;
     for (;;) {
-      std::size_t end = start;
-      while (end != key.size() && key[end] != '.') ++end;  // names are too short for more
+      const std::size_t end = endOfName(key, start);
+      if (end < key.size() && key[end] != '.') return false;
       if (!name(key.substr(start, end - start))) return false;
       if (end == key.size()) return true;
       tree_.openObject();
@@ -317,7 +320,20 @@ class GatheringKvpBuilder {
     return true;
   }
 
-  /// False where the name may lead elsewhere, and everything gathered is given up.
+  /// Where the name that starts there ends, or stops to be plain; zero bytes end it as well.
+  static std::size_t endOfName(std::string_view key, std::size_t start) {
+    using swar::Chunk;
+    for (;; start += Chunk::kSize) {
+      const std::string_view rest = key.substr(start);
+      const bool isWhole = rest.size() >= Chunk::kSize;
+      const Chunk bytes = isWhole ? Chunk(rest.data()) : Chunk::part(rest.data(), rest.size());
+      const Chunk::Marks marks = bytes.marksOf('.', '/', '\0');
+      if (marks != 0) return start + Chunk::first(marks);
+    }
+  }
+
+  /// False where the name may lead elsewhere, and everything gathered is given up. The name has
+  /// nothing in it that is not plain, but maybe in front.
   bool name(std::string_view part) {
     std::int64_t number = 0;
     if (!rules_.numericKeysAsStrings && parseIntegerName(part, number)) {
@@ -325,7 +341,7 @@ class GatheringKvpBuilder {
       return isPlainDecimal(part);
     }
     tree_.name(part);
-    return isPlainName(part);
+    return !part.starts_with(kElementMark);
   }
 
   /// Whether an integer means the same in any base that its first digits may stand for.
