@@ -26,7 +26,7 @@ bool TreeGatherer::close() {
 /// Where to look for the last object of a kind: with the same first name and as many names.
 std::size_t TreeGatherer::kindOf(const Name& first, std::size_t count) {
   constexpr std::uint64_t kSpread = 0x9E3779B97F4A7C15;
-  return ((first.order ^ count) * kSpread) >> (64 - kLastOrderBits);
+  return static_cast<std::size_t>(((first.order ^ count) * kSpread) >> (64 - kLastOrderBits));
 }
 
 /// Finds the order of the object's names; false when one is repeated. Objects of a kind mostly give
