@@ -1,7 +1,10 @@
 // TOML, read only: the visitor that builds a tree from the walk over a document.
+#include <algorithm>
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -9,6 +12,7 @@
 #include "log_area.h"
 #include "variant_access.h"
 #include "vexo_parsers/toml.h"
+#include "vexo_variant/text_error.h"
 
 namespace vexo::variant {
 
@@ -37,11 +41,45 @@ struct BuilderFrame {
   std::optional<std::string> key;  ///< where in it, once a key has been seen
 };
 
+/// Finds the tokens of a document in its text. They come in order and as they stand there, with
+/// nothing but blanks, punctuation and comments between them.
+class TokenLocator {
+ public:
+  explicit TokenLocator(std::string_view text) : text_(text) {}
+
+  /// The offset of the next token; kNoOffset from the first one on that is not where it has to be.
+  std::size_t locate(std::string_view token) {
+    if (end_ == kNoOffset) return kNoOffset;
+    const std::size_t begin = skipGap(end_);
+    const bool isThere = text_.substr(begin, token.size()) == token;
+    end_ = isThere ? begin + token.size() : kNoOffset;
+    return isThere ? begin : kNoOffset;
+  }
+
+ private:
+  std::size_t skipGap(std::size_t at) const {
+    constexpr std::string_view kGap = " \t\r\n=.,[]{}\xEF\xBB\xBF";  // with a byte order mark
+    while ((at = std::min(text_.find_first_not_of(kGap, at), text_.size())) < text_.size()) {
+      if (text_[at] != '#') break;
+      at = std::min(text_.find('\n', at), text_.size());
+    }
+    return at;
+  }
+
+  std::string_view text_;
+  std::size_t end_ = 0;  ///< of the token before
+};
+
 /// Members never move, so that the frames may point to them while others are added. A key that
 /// cannot be resolved sets `failed`; the walk goes on to its end, and the tree is thrown away.
 class TomlVariantBuilder : public toml::ITomlTreeVisitor {
  public:
+  /// With a locator, conflict() is known.
+  explicit TomlVariantBuilder(TokenLocator* locator) : locator_(locator) {}
+
   bool failed() const { return failed_; }
+  /// The offset of the first key that could not be resolved, or kNoOffset.
+  std::size_t conflict() const { return conflict_; }
   Variant& root() { return root_; }
 
   void enterDocument() override {
@@ -74,29 +112,29 @@ class TomlVariantBuilder : public toml::ITomlTreeVisitor {
     top().node = key.node;
     top().key = std::move(key.key);
   }
-  void visitUnquotedKey(const char* text) override { addKeyPart(text); }
-  void visitQuotedKey(const char* text) override { addKeyPart(toml::unquote(text)); }
+  void visitUnquotedKey(const char* text) override { addKeyPart(seen(text)); }
+  void visitQuotedKey(const char* text) override { addKeyPart(toml::unquote(seen(text))); }
 
   void enterArray() override { enterContainer(FrameKind::kArray); }
   void leaveArray() override { pop(); }
   void enterInlineTable() override { enterContainer(FrameKind::kInlineTable); }
   void leaveInlineTable() override { pop(); }
 
-  void visitBasicString(const char* text) override { storeText(toml::unquote(text, "\"")); }
+  void visitBasicString(const char* text) override { storeText(toml::unquote(seen(text), "\"")); }
   void visitMultilineBasicString(const char* text) override {
-    storeText(toml::processMultilineString(text));
+    storeText(toml::processMultilineString(seen(text)));
   }
-  void visitLiteralString(const char* text) override { storeText(toml::unquote(text, "'")); }
+  void visitLiteralString(const char* text) override { storeText(toml::unquote(seen(text), "'")); }
   void visitMultilineLiteralString(const char* text) override {
-    storeText(toml::processMultilineLiteralString(text));
+    storeText(toml::processMultilineLiteralString(seen(text)));
   }
-  void visitInteger(const char* text) override { storeNumber(toml::parseInteger(text)); }
-  void visitFloat(const char* text) override { storeNumber(toml::parseFloat(text)); }
-  void visitBoolean(const char* text) override { store(hold(toml::parseBoolean(text))); }
-  void visitOffsetDateTime(const char* text) override { storeDateTime(text); }
-  void visitLocalDateTime(const char* text) override { storeDateTime(text); }
-  void visitLocalDate(const char* text) override { storeText(text); }
-  void visitLocalTime(const char* text) override { storeText(text); }
+  void visitInteger(const char* text) override { storeNumber(toml::parseInteger(seen(text))); }
+  void visitFloat(const char* text) override { storeNumber(toml::parseFloat(seen(text))); }
+  void visitBoolean(const char* text) override { store(hold(toml::parseBoolean(seen(text)))); }
+  void visitOffsetDateTime(const char* text) override { storeDateTime(seen(text)); }
+  void visitLocalDateTime(const char* text) override { storeDateTime(seen(text)); }
+  void visitLocalDate(const char* text) override { storeText(seen(text)); }
+  void visitLocalTime(const char* text) override { storeText(seen(text)); }
 
  private:
   // --- Frames ---
@@ -112,8 +150,18 @@ class TomlVariantBuilder : public toml::ITomlTreeVisitor {
 
   /// The member found, or, where there is none, what takes its place while the walk goes on.
   Variant& orFail(Variant* found, Variant& instead) {
-    failed_ |= found == nullptr;
-    return found != nullptr ? *found : instead;
+    if (found != nullptr) return *found;
+    if (!failed_) conflict_ = keyAt_;
+    failed_ = true;
+    return instead;
+  }
+
+  // --- Places ---
+
+  /// Every token passes here, so that the locator can follow.
+  const char* seen(const char* token) {
+    if (locator_ != nullptr) tokenAt_ = locator_->locate(token);
+    return token;
   }
 
   // --- Keys and tables ---
@@ -131,6 +179,7 @@ class TomlVariantBuilder : public toml::ITomlTreeVisitor {
       top().node = &orFail(getOrAddTable(parent, *top().key), parent);
     }
     top().key = std::move(part);
+    keyAt_ = tokenAt_;
   }
 
   /// The map that a key names as a key chain.
@@ -212,15 +261,19 @@ class TomlVariantBuilder : public toml::ITomlTreeVisitor {
     }
   }
 
+  TokenLocator* locator_;            ///< null when nobody asks for places
+  std::size_t tokenAt_ = kNoOffset;  ///< of the token at hand
+  std::size_t keyAt_ = kNoOffset;    ///< of the last part of a key
+  std::size_t conflict_ = kNoOffset;
   bool failed_ = false;
   Variant root_;
   std::vector<BuilderFrame> frames_;
 };
 
-/// `input` is a text or a path.
+/// Walks a text or a file, and stores the tree if all of it could be built.
 template <class Input>
-bool readToml(const Input& input, Variant& target, LogSite site, const char* message) {
-  TomlVariantBuilder builder;
+bool readToml(const Input& input, TomlVariantBuilder& builder, Variant& target, LogSite site,
+              const char* message) {
   if (!toml::visitTomlTree(input, builder)) {
     kLog.error(site, message);
     return false;
@@ -233,11 +286,16 @@ bool readToml(const Input& input, Variant& target, LogSite site, const char* mes
   return true;
 }
 
+bool readTomlText(const std::string& text, TomlVariantBuilder& builder, Variant& target) {
+  const Variant old(std::move(target));  // the text may be a part of it
+  return readToml(text, builder, target, "FromTOML", "Failed to parse TOML data");
+}
+
 }  // namespace
 
 bool Variant::FromTOML(const std::string& text) {
-  const Variant old(std::move(*this));  // the text may be a part of it
-  return readToml(text, *this, "FromTOML", "Failed to parse TOML data");
+  TomlVariantBuilder builder(nullptr);
+  return readTomlText(text, builder, *this);
 }
 
 bool Variant::FromTOML(const char* data, unsigned int length) {
@@ -247,7 +305,16 @@ bool Variant::FromTOML(const char* data, unsigned int length) {
 bool Variant::FromTOMLFile(const std::string& path) {
   const toml::FilePath file(path);  // a copy: the path may be a part of this value
   Reset();
-  return readToml(file, *this, "FromTOMLFile", "Failed to parse TOML file");
+  TomlVariantBuilder builder(nullptr);
+  return readToml(file, builder, *this, "FromTOMLFile", "Failed to parse TOML file");
+}
+
+bool readTomlTree(const std::string& text, Variant& target, std::size_t& conflict) {
+  TokenLocator locator(text);
+  TomlVariantBuilder builder(&locator);
+  const bool isRead = readTomlText(text, builder, target);
+  conflict = builder.conflict();
+  return isRead;
 }
 
 }  // namespace vexo::variant

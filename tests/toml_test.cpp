@@ -216,4 +216,27 @@ TEST(Toml, FaultsHavePlaceAndReason) {
   }
 }
 
+TEST(Toml, KeyConflictsHaveAPlace) {
+  for (const auto& row : table(R"(
+      a=1␊[a] => 2:2   a=1 # a␊ [[ a . b ]] => 2:5   a=1␊x.a=2␊a.b=2 => 3:1   "é"=1␊["é"] => 2:2   [""] => 1:2
+      a=[1]␊[a]␊b=1␊[c]␊'x/y' = {} => 5:1   a={b=1,'é'=2,b={}} => 1:14   a=[{c=1,c.d=2}]␊[a.c] => 1:9)")) {
+    Variant value;
+    TextError error;
+    const std::string document = plain(row[0]);
+    EXPECT_FALSE(readTomlText(document.data(), unsigned(document.size()), value, error));
+    EXPECT_EQ(std::to_string(error.position.line) + ":" + std::to_string(error.position.column),
+              row[1])
+        << row[0];
+  }
+  for (const auto& [kind, text, tree] : cases("T")) {  // whatever stands in front
+    const std::string document = plain(text);
+    Variant value;
+    std::size_t conflict = 0;
+    if (!value.FromTOML(document)) continue;
+    EXPECT_FALSE(readTomlTree(document + "\n['/']", value, conflict));
+    EXPECT_EQ(conflict, document.size() + 2) << text;
+  }
+  takeMessages();
+}
+
 }  // namespace

@@ -131,7 +131,7 @@ checkAll <<'EOF'
 0|| a = [2]       | {"a":[2]}\n       | -c ;; 0|| %a="{    | {"%a":"\\"{"}\n | -c
 0| warning: <stdin>:2: line without '=' skipped | a=x\nb\nc=y | {"a":"x","c":"y"}\n | -c
 0|| a=x\nb | {"a":"x"}\n | -c -q  ;; 3| <stdin>:2:7: * | a=x\nb=b64:!!!!\nc || -p kvp
-3| <stdin>:2:6: *    | a = 1\n"ä"= \n ||             ;; 3| <stdin>: * same key(a) * | a = 1\n[a]\n ||
+3| <stdin>:2:6: *    | a = 1\n"ä"= \n ||             ;; 3| <stdin>:2:2: * used * | a = 1\n[a]\n ||
 4| *: * V_MAP *      | 5 || -o kvp   ;; 4| *: keys can not contain `=` * | {"a=":1} || -o kvp
 4| steep.json: KVP text would take 16001+([0-9]) bytes ||| steep.json steep.kvp
 4| long.json: not representable in AMF: Key too long for AMF ||| -o amf long.json

@@ -177,11 +177,10 @@ std::string encodeKvp(const Variant& value, const FormatOptions& options,
 
 void decodeToml(const std::string& input, const FormatOptions&, Variant& value,
                 const Reporter& reporter) {
-  FirstError logged;
+  const FirstError logged;  // the error has place and reason
   TextError error;
   const auto length = static_cast<unsigned int>(input.size());
   if (readTomlText(input.data(), length, value, error)) return;
-  if (error.reason == kTomlKeyConflict) reporter.fail(kNotParsed, logged.text());
   failAt(error.position, error.reason, reporter);
 }
 

@@ -4,6 +4,7 @@
 #ifndef VEXO_VARIANT_TOML_TEXT_H
 #define VEXO_VARIANT_TOML_TEXT_H
 
+#include <cstddef>
 #include <string>
 
 #include "vexo_parsers/toml.h"
@@ -11,22 +12,24 @@
 
 namespace vexo::variant {
 
-/// The reason when a text is TOML, but uses one key for a table or an array and for something else.
+/// The reason when a text is TOML, but a key in it cannot name a table or an array where it is to
+/// do so, as docs/toml.md tells.
 inline constexpr const char* kTomlKeyConflict =
-    "expected a key that is not used for something else (the log names it)";
+    "expected a key that is used for nothing else, not empty, without slashes or brackets";
 
 /// Does what `target.FromTOML(data, length)` does and returns the same, with the same messages; on
-/// false also fills `error`. Of a key that is used for two things (kTomlKeyConflict) the place is
-/// not known: the position is the beginning of the text.
+/// false also fills `error`. The position of kTomlKeyConflict is that of the first such key (of a
+/// dotted key, that of the part); the beginning of the text with a platform whose walker does not
+/// hand over tokens as they stand there.
 inline bool readTomlText(const char* data, unsigned int length, Variant& target, TextError& error) {
   const std::string text(data, length);  // it may be a part of `target`
-  if (target.FromTOML(text)) return true;
+  std::size_t conflict = kNoOffset;
+  if (readTomlTree(text, target, conflict)) return true;
   parsers::toml::SyntaxError fault{};
   if (parsers::toml::checkToml(text, fault)) {
-    error = {{}, kTomlKeyConflict};
-  } else {
-    error = {locateText(text.data(), text.size(), fault.offset), fault.reason};
+    fault = {conflict != kNoOffset ? conflict : 0, kTomlKeyConflict};
   }
+  error = {locateText(text.data(), text.size(), fault.offset), fault.reason};
   return false;
 }
 
