@@ -49,7 +49,7 @@ checkAll() {
 
 json='{"a":{"b":[1,-2,"x\"y"]},"n":null,"raw":"b64:AAH+","t":"2026-11-22T19:33:00.000250Z"}'
 printf '%s' "$json" | tee in.json edit.json > /dev/null
-printf '\x80\x03\x01' | tee true.bin edit.dat > /dev/null
+printf '\x80\x03\x01' | tee true.bin bin.json edit.dat > /dev/null
 printf '{"a" 1}' | tee broken.json > $'a\nb.json'
 mkdir dir && ln -s edit.json link.json && chmod 640 edit.json
 truncate -s 2147483648 huge.json && truncate -s 4294967296 huge.bin
@@ -174,7 +174,12 @@ checkAll <<'EOF'
 2| --input-format: AMF can only be written: choose one of bin, json, kvp, toml; *                 ||| -p=AMF get .
 2| --input-format needs a value; * ||| get x -p   ;; 2| --compact takes no value; *       ||| --compact=no
 2| -r is no option of show, but of get;* ||| show -r ;; 2| CHAIN is required; usage: *    ||| -q get
-2| unknown option --bgous; * ||| get --bgous=1    ;; 2| too many arguments: c; usage: *   ||| a b c
+2| unknown option --bgous; * ||| get --bgous=1    ;; 2| too many arguments: c; usage: *   ||| in.json b c
+2| set: no such command *      ||| set a 1 in.json ;; 5| .a: no such file (did you mean *get .a?) ||| .a
+5| a/b: * (did you mean vexo-variant get a/b in.json?) ||| a/b in.json ;; 5| .: *get .?) ||| .
+5| a: * (did you mean vexo-variant get a in.json?) ||| get in.json a
+0| warning: out.yaml: no format *: written as JSON ||| in.json out.yaml
+3| bin.json:1:1: * (it looks like BIN: *) ||| bin.json
 5| chekc: no such file or command (did you mean check?) ||| chekc in.json
 5| help: no such file or command (see vexo-variant --help) ||| help ;; 5| '': No such *   ||| get a ''
 0|| [1] | [1]\n  | -c -p json get . -             ;; 0|| [1] | [1]\n | -cp bin convert -o=JSON -p=json

@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "commands.h"
+#include "formats.h"
 #include "io.h"
 #include "report.h"
 #include "suggestion.h"
@@ -185,7 +186,13 @@ bool is(const CLI::ParseError& error) {
   return dynamic_cast<const Error*>(&error) != nullptr;
 }
 
-[[noreturn]] void refuse(const CLI::App& app, const CLI::ParseError& error) {
+bool isMissing(const std::string& path) {
+  return ::access(path.c_str(), F_OK) != 0 && errno == ENOENT;
+}
+
+/// `word` is the first operand where no command is named, otherwise empty.
+[[noreturn]] void refuse(const CLI::App& app, const CLI::ParseError& error,
+                         const std::string& word) {
   const CLI::App& command = *app.get_subcommands().front();
   const std::vector<std::string> extras = command.remaining();
   const std::string see = "; see " + std::string(kProgram) + ' ' + command.get_name() + " --help";
@@ -199,6 +206,9 @@ bool is(const CLI::ParseError& error) {
       throw Failure(kUsage,
                     explainOption(app, command, option->substr(0, option->find('='))) + see);
     }
+    if (!word.empty() && isMissing(word)) {
+      throw Failure(kUsage, word + ": no such command (see " + kProgram + " --help)");
+    }
     throw Failure(
         kUsage, (extras.empty() ? error.what() : "too many arguments: " + extras.front()) + usage);
   }
@@ -211,14 +221,30 @@ void refuseIdleTerminal(const std::vector<std::string>& arguments) {
   }
 }
 
+/// Without a command word the operands are files. A key chain in the place of the first one, also
+/// as other programs write it, lacks its command.
+void refuseForgottenGet(const Options& options) {
+  const std::string& word = options.input;
+  if (word != "." && !isMissing(word)) return;
+  const bool isFileName =
+      word.starts_with("./") || word.starts_with("../") || formatByExtension(word) != nullptr;
+  const bool isChain = word.starts_with('.') && !isFileName;
+  const bool hasOutput = options.output != kStandardStream;
+  const bool hasFile = hasOutput && !isMissing(options.output);
+  const bool mayBeChain = isChain || (hasFile && word.find('.') == std::string::npos);
+  if (!mayBeChain || hasOutput != hasFile) return;
+  throw Failure(kInputOutput, inputName(word) + ": no such file (did you mean vexo-variant get " +
+                                  word + (hasFile ? ' ' + options.output : "") + "?)");
+}
+
 /// A word that is neither a file nor a command was perhaps to be one of them.
-void refuseUnknownWord(const std::string& word) {
-  if (word.find_first_of("./") != std::string::npos || word == kStandardStream ||
-      commandNamed(word) != nullptr) {
-    return;
-  }
-  if (::access(word.c_str(), F_OK) == 0 || errno != ENOENT) return;
-  const std::string suggestion = didYouMean(word, commandNames());
+void refuseUnknownWord(const Options& options) {
+  const std::string& word = options.input;
+  if (word == kStandardStream || commandNamed(word) != nullptr) return;
+  const bool isPath = word.find_first_of("./") != std::string::npos;
+  const std::string suggestion = isPath ? std::string() : didYouMean(word, commandNames());
+  if (suggestion.empty()) refuseForgottenGet(options);
+  if (isPath || !isMissing(word)) return;
   throw Failure(kInputOutput, inputName(word) + ": no such file or command" +
                                   (suggestion.empty() ? " (see vexo-variant --help)" : suggestion));
 }
@@ -244,7 +270,7 @@ int runCommandLine(int count, char** values) {
     subcommand->set_version_flag("-V,--version", kVersion, "show the version");
     command.declare(*subcommand, options);
     subcommand->final_callback([&] {
-      if (!isNamed) refuseUnknownWord(options.input);
+      if (!isNamed) refuseUnknownWord(options);
       result = command.run(options);
     });
   }
@@ -252,6 +278,8 @@ int runCommandLine(int count, char** values) {
 
   std::vector<std::string> arguments(values + 1, values + count);
   refuseIdleTerminal(arguments);
+  const auto first = firstWord(app, arguments);
+  const std::string word = first == arguments.end() ? std::string() : *first;
   isNamed = putCommandFirst(app, arguments);
   std::reverse(arguments.begin(), arguments.end());  // as CLI11 takes them
   try {
@@ -261,7 +289,7 @@ int runCommandLine(int count, char** values) {
   } catch (const CLI::CallForVersion& version) {
     print(version.what());
   } catch (const CLI::ParseError& error) {
-    refuse(app, error);
+    refuse(app, error, isNamed ? std::string() : word);
   }
   return result;
 }

@@ -5,6 +5,7 @@
 
 #include <CLI/Validators.hpp>
 #include <cstdlib>
+#include <filesystem>
 #include <new>
 #include <string_view>
 #include <utility>
@@ -95,7 +96,11 @@ struct Input {
   Variant read(const Options& options) {
     Variant value;
     const std::string bytes = source.readAll(format.maxInput);
-    format.read(bytes, options.formatting, value, reporter);
+    try {
+      format.read(bytes, options.formatting, value, reporter);
+    } catch (const Failure& failure) {
+      throw Failure(failure.code(), failure.what() + adviceAbout(bytes, options));
+    }
     if (options.inPlace && format.hasComments != nullptr && format.hasComments(bytes)) {
       reporter.warn("comments are not kept");
     }
@@ -107,6 +112,12 @@ struct Input {
   const Format& format;
 
  private:
+  /// Where the extension has decided on a text format, the content may be BIN after all.
+  std::string adviceAbout(std::string_view bytes, const Options& options) const {
+    const bool isBin = format.content != Content::kBinary && formatByName("bin")->matches(bytes);
+    return isBin && options.inputFormat.empty() ? " (it looks like BIN: see --input-format)" : "";
+  }
+
   static const Format& formatOf(const std::string& path, const Options& options, Source& source) {
     const Format* format =
         options.inputFormat.empty() ? formatByExtension(path) : formatByName(options.inputFormat);
@@ -177,6 +188,12 @@ const Format& outputFormat(const Options& options, const std::string& path, cons
   return format != nullptr ? format->writable(path) : *formatByName("json");
 }
 
+/// The name of an output may promise a format that the command does not know.
+void warnOfExtension(const std::string& path, bool quiet) {
+  if (!std::filesystem::path(path).has_extension() || formatByExtension(path) != nullptr) return;
+  Reporter(path, quiet).warn("no format has this extension: written as JSON");
+}
+
 int runConvert(const Options& options) {
   if (options.inPlace && options.input == kStandardStream) {
     throw Failure(kUsage, "--in-place needs a file");
@@ -184,6 +201,7 @@ int runConvert(const Options& options) {
   Input input(options.input, options);
   const std::string& path = options.inPlace ? options.input : options.output;
   const Format& format = outputFormat(options, path, options.inPlace ? &input.format : nullptr);
+  if (options.outputFormat.empty() && !options.inPlace) warnOfExtension(path, options.quiet);
   deliver(options, path, format, input.read(options), input.reporter);
   return kDone;
 }
@@ -256,7 +274,14 @@ bool isNullOrFalse(const Variant& value) {
   return value == V_NULL || (value == V_BOOL && !static_cast<bool>(value));
 }
 
+bool exists(const std::string& path) { return ::access(path.c_str(), F_OK) == 0; }
+
 int runGet(const Options& options) {
+  if (options.input != kStandardStream && !exists(options.input) && exists(options.chain)) {
+    throw Failure(kInputOutput, inputName(options.input) +
+                                    ": no such file (did you mean vexo-variant get " +
+                                    options.input + ' ' + options.chain + "?)");
+  }
   Input input(options.input, options);
   const std::string path(kStandardStream);
   const Format& format = outputFormat(options, path, nullptr);
