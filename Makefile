@@ -25,15 +25,16 @@ GCC_ANALYZER := -fanalyzer -O0 -Wno-analyzer-possible-null-dereference \
   -Wno-analyzer-use-of-uninitialized-value
 ABI_LIBRARY := build/abi/src/libvexo_variant.so
 
-# Installs those of the packages that are missing.
+# Installs those of the packages that are missing; of what apt-get says, only the faults are shown.
 define need
 	@missing=$$(for package in $(1); do \
 	  dpkg-query -W -f='$${Status}' $$package 2>/dev/null | grep -q ' installed$$' || echo $$package; \
 	done); \
 	if [ -n "$$missing" ]; then \
-	  $(SUDO) apt-get update -q && \
+	  echo "Installing" $$missing; \
+	  $(SUDO) apt-get update -qq && \
 	  $(SUDO) env DEBIAN_FRONTEND=noninteractive \
-	    apt-get install -y -q --no-install-recommends $$missing; \
+	    apt-get install -y -qq --no-install-recommends $$missing > /dev/null; \
 	fi
 endef
 
