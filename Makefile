@@ -4,7 +4,7 @@
 
 SUDO := $(if $(filter-out 0,$(shell id -u)),sudo)
 BUILD := g++ cmake ninja-build libcli11-dev
-PACKAGE := $(BUILD) dpkg-dev
+PACKAGE := $(BUILD) dpkg-dev file
 # The tests compile the public header with every compiler it is made for, run under two foreign
 # locales, install in every way, look at values with gdb, make the reference, and complete commands
 # in three shells.
