@@ -6,7 +6,7 @@
 
 namespace vexo::variant {
 
-bool TreeGatherer::close() {
+[[gnu::noinline]] bool TreeGatherer::close() {
   const Container container = open_.top();
   if (container.isObject && !orderNames(container)) return false;
   auto map = std::make_unique<VariantMap>();
