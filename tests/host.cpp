@@ -83,10 +83,9 @@ namespace vexo::tests {
 
 Messages takeMessages() { return std::exchange(messages, {}); }
 
-std::string violation(const std::string& file, const std::string& function,
-                      const std::string& message) {
+std::string violation(const std::string& message) {
   std::string pattern;
-  for (const char c : file + " " + function + " 3: " + message) pattern += {'[', c, ']'};
+  for (const char c : message) pattern += {'[', c, ']'};
   return pattern;
 }
 
@@ -166,6 +165,11 @@ Bytes unhex(std::string text) {
   return bytes;
 }
 
+std::string told(const variant::TextError& error) {
+  const auto& [offset, line, column] = error.position;
+  return std::to_string(line) + ":" + std::to_string(column) + ": " + error.reason;
+}
+
 std::vector<std::vector<std::string>> table(std::string text) {
   const auto split = [](const std::string& whole, const std::string& by) {
     std::vector<std::string> parts;
@@ -183,6 +187,12 @@ std::vector<std::vector<std::string>> table(std::string text) {
     if (!row.empty()) rows.push_back(split(row, "=>"));
   }
   return rows;
+}
+
+std::string replaced(std::string text, const std::string& what, const std::string& by) {
+  for (std::size_t i = 0; (i = text.find(what, i)) != std::string::npos; i += by.size())
+    text.replace(i, what.size(), by);
+  return text;
 }
 
 std::string repeated(const std::string& text, std::size_t count) {

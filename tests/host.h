@@ -15,6 +15,7 @@
 #include <random>
 #include <sstream>
 
+#include "vexo_variant/text_error.h"
 #include "vexo_variant/variant.h"
 
 namespace vexo::tests {
@@ -29,9 +30,8 @@ using Messages = std::vector<std::string>;
 /// What this thread logged since the last call. Every test begins without messages.
 Messages takeMessages();
 
-/// What EXPECT_DEATH looks for: the message as above, at level 3, as a regular expression.
-std::string violation(const std::string& file, const std::string& function,
-                      const std::string& message);
+/// What EXPECT_DEATH looks for: the message as above, as a regular expression.
+std::string violation(const std::string& message);
 
 /// While it lives, the n-th allocation (counted from 0) of this thread fails, and all after it if
 /// `lasting`.
@@ -66,9 +66,13 @@ std::uint32_t readBin(variant::Variant& value, const Bytes& bytes);
 std::string hex(const Bytes& bytes);
 Bytes unhex(std::string text);
 
+/// "1:6: expected ':' after member name".
+std::string told(const variant::TextError& error);
+
 /// The cells of a table, which "=>" separates; rows are lines, or stand three spaces apart.
 std::vector<std::vector<std::string>> table(std::string text);
 std::string repeated(const std::string& text, std::size_t count);
+std::string replaced(std::string text, const std::string& what, const std::string& by);
 
 /// Every row "JSON => text" tells how a value shows after the action, which must not leak.
 void expectChanges(void (*action)(V value), const std::string& rows,

@@ -67,7 +67,8 @@ void expectViolations(const S& file, const S& function, const S& message,
                       std::initializer_list<Misuse> misuses) {
   for (const Misuse misuse : misuses) {
     Subject subject;
-    EXPECT_DEATH(misuse(subject), violation("src/variant_" + file, function, message) + "\n");
+    EXPECT_DEATH(misuse(subject),
+                 violation("src/variant_" + file + " " + function + " 3: " + message) + "\n");
   }
 }
 
