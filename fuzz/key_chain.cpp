@@ -1,5 +1,5 @@
-// Key chains: the first line is a path, the rest a tree as JSON; lookups against a plain reading of
-// what a path means.
+// Key chains: the last line is a tree as JSON, all before it are paths; lookups against a plain
+// reading of what a path means.
 #include "check.h"
 
 namespace vexo::fuzz {
@@ -13,18 +13,22 @@ bool isBracketed(const std::string& text) {
 }
 
 /// The first in byte order. `wholeKeys` tells that zero bytes do not end the keys of the tree.
-const Variant* member(const Variant& tree, const std::string& name, bool caseSensitive,
-                      bool wholeKeys) {
+const Variant* named(const Variant& tree, const std::string& name, bool caseSensitive,
+                     bool wholeKeys) {
   if (tree != V_MAP) return nullptr;
-  if (std::int64_t key = 0; isBracketed(name)) {
-    const bool isNumber = readInteger(name.substr(1, name.size() - 2), 0, key);
-    return isNumber && tree.HasKey(key) ? &tree[key] : nullptr;
-  }
   for (auto i = tree.str_begin(); i != tree.str_end(); ++i) {
     const std::string key = wholeKeys ? i->first : i->first.c_str();
     if (equal(key, name, caseSensitive)) return &i->second;
   }
   return nullptr;
+}
+
+const Variant* member(const Variant& tree, const std::string& name, bool caseSensitive,
+                      bool wholeKeys) {
+  if (!isBracketed(name)) return named(tree, name, caseSensitive, wholeKeys);
+  std::int64_t key = 0;
+  const bool isNumber = readInteger(name.substr(1, name.size() - 2), 0, key);
+  return isNumber && tree.HasKey(key) ? &tree[key] : nullptr;
 }
 
 const Variant* chain(const Variant* value, std::string path, bool caseSensitive) {
@@ -46,12 +50,21 @@ void checkLookups(Variant& tree, const std::string& path, bool caseSensitive) {
     const bool passes = type == V_ANY || own == type || (type == V_NUMERIC && (own & V_NUMERIC));
     const Variant* const found = passes ? expected : nullptr;
     require(constant.GetKeyChain(type, path, caseSensitive) == found, "GetKeyChain const");
-    require(tree.GetKeyChain(type, path.c_str(), caseSensitive) == found, "GetKeyChain");
+    require(constant.GetKeyChain(type, path.c_str(), caseSensitive) == found, "C string const");
+    require(tree.GetKeyChain(type, path, caseSensitive) == found, "GetKeyChain");
+    require(tree.GetKeyChain(type, path.c_str(), caseSensitive) == found, "C string");
   }
-  const Variant* const part =
-      constant.GetPathComponent(path.c_str(), sizeOf(toZero), caseSensitive);
-  const Variant* const named = member(tree, toZero, caseSensitive, caseSensitive);
-  require(part == (toZero.empty() ? nullptr : named), "GetPathComponent");
+  // The length decides whether a component is a number, but a name goes on to the zero byte.
+  for (unsigned length = 0; length <= toZero.size(); ++length) {
+    const bool isNumber = isBracketed(toZero.substr(0, length));
+    const std::string component = toZero.substr(0, isNumber ? length : toZero.npos);
+    const auto* const part =
+        (isNumber ? member : named)(tree, component, caseSensitive, caseSensitive);
+    const Variant* const expectedPart = length == 0 ? nullptr : part;
+    require(constant.GetPathComponent(path.c_str(), length, caseSensitive) == expectedPart &&
+                tree.GetPathComponent(path.c_str(), length, caseSensitive) == expectedPart,
+            "GetPathComponent");
+  }
   // A number ends at the first bracket, whatever follows.
   const std::string key = isBracketed(path) ? path.substr(0, path.find(']') + 1) : path;
   const bool hasKey = member(tree, key, caseSensitive, true) != nullptr;
@@ -66,12 +79,15 @@ void checkLookups(Variant& tree, const std::string& path, bool caseSensitive) {
 }
 
 void run(std::string_view input) {
-  const std::size_t end = std::min(input.find('\n'), input.size());
-  const std::string path(input.substr(0, end));
   Variant tree;
+  const std::size_t end = input.rfind('\n') + 1;  // 0 where there is no path
   tree.FromJSON(std::string(input.substr(end)));
   const Variant before = tree;
-  for (const bool caseSensitive : {false, true}) checkLookups(tree, path, caseSensitive);
+  for (std::string_view paths = input.substr(0, end); !paths.empty();) {
+    const std::string path(paths.substr(0, paths.find('\n')));
+    for (const bool caseSensitive : {false, true}) checkLookups(tree, path, caseSensitive);
+    paths.remove_prefix(path.size() + 1);
+  }
   require(tree == before, "lookups change nothing");
 }
 
