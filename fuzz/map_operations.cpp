@@ -5,17 +5,21 @@
 
 namespace vexo::fuzz {
 
-/// What is known of a member: its value, and where it was first seen.
+/// What is known of a member: its value, and where it was seen last, unless it may have moved
+/// since.
+template <class Key>
 struct Expected {
   int value = 0;
-  const Variant* place = nullptr;
+  typename MemberMap<Key, Variant>::const_iterator place = {};
 };
+template <class Key>
+using Model = std::map<Key, Expected<Key>>;
 
 struct Operations {
   std::string_view input;
   Variant map = {};
-  std::map<std::int64_t, Expected> numbers = {};
-  std::map<std::string, Expected> strings = {};
+  Model<std::int64_t> numbers = {};
+  Model<std::string> strings = {};
   bool isArray = false;
   int lastValue = 0;
 
@@ -27,11 +31,14 @@ struct Operations {
       const bool isCounted = map.KeysCount() == numbers.size() + strings.size();
       require(isCounted && map.IsArray() == isArray, "number of members and array flag");
       if (code % 4 != 0 && !input.empty()) continue;
-      const VariantMap& members = *std::as_const(map).operator const VariantMap*();
-      compare(numbers, members.numericKeys, number());
-      compare(strings, members.stringKeys, string());
+      compare(numbers, number());
+      compare(strings, string());
     }
   }
+
+  const VariantMap& record() const { return *map.operator const VariantMap*(); }
+  const NumericMembers& membersWith(std::int64_t) const { return record().numericKeys; }
+  const StringMembers& membersWith(const std::string&) const { return record().stringKeys; }
 
   int next() {
     const std::string_view byte = input.substr(0, 1);
@@ -52,14 +59,16 @@ struct Operations {
   }
 
   template <class Key>
-  void set(std::map<Key, Expected>& model, const Key& key, Variant& member) {
-    Expected& expected = model[key];
-    require(expected.place == nullptr || expected.place == &member, "members do not move");
-    expected = {++lastValue, &member};
+  void set(Model<Key>& model, const Key& key, Variant& member) {
+    Expected<Key>& expected = model[key];
+    const auto place = membersWith(key).find(key);
+    require(expected.place == decltype(place)() || expected.place == place, "members do not move");
+    require(&place->second == &member, "the subscript is of this member");
+    expected = {++lastValue, place};
     member = lastValue;
   }
   template <class Key>
-  void change(std::map<Key, Expected>& model, const Key& key, bool isRemoval) {
+  void change(Model<Key>& model, const Key& key, bool isRemoval) {
     if (!isRemoval) return set(model, key, map[key]);
     model.erase(key);
     if constexpr (std::is_integral_v<Key>) map.RemoveValue(key);
@@ -95,8 +104,8 @@ struct Operations {
     set(strings, key, map[key]);
   }
   void forgetPlaces() {
-    for (auto& member : numbers) member.second.place = nullptr;
-    for (auto& member : strings) member.second.place = nullptr;
+    for (auto& member : numbers) member.second.place = {};
+    for (auto& member : strings) member.second.place = {};
   }
 
   void operate(int operation, bool flag) {
@@ -114,17 +123,21 @@ struct Operations {
     if (operation == 10) flag ? map = itself : map = std::move(itself);
   }
 
-  /// The same members in the same order, forwards and backwards, where they were; and the same
-  /// neighbours of a key.
-  template <class Model, class Members>
-  void compare(Model& model, const Members& members, const typename Model::key_type& key) {
+  /// The same members in the same order, forwards and backwards, where they were, and iterators of
+  /// before go on from there; and the same neighbours of a key.
+  template <class Key>
+  void compare(Model<Key>& model, const Key& key) {
+    const auto& members = membersWith(key);
     auto member = members.begin();
     auto last = members.rbegin();
     for (auto& [name, expected] : model) {
       require(member != members.end() && member->first == name, "keys are the same, in order");
-      if (expected.place == nullptr) expected.place = &member->second;
-      require(expected.place == &std::as_const(map)[name], "members do not move and are found");
+      const auto place = expected.place == decltype(member)() ? member : expected.place;
+      require(place == member && &place->second == &std::as_const(map)[name],
+              "members do not move and are found");
+      expected.place = member;
       require((member++)->second == expected.value, "values are the same");
+      require(std::next(place) == member && std::prev(member) == place, "iterators go on");
     }
     require(member == members.end(), "there are no more members");
     for (auto i = model.rbegin(); i != model.rend(); ++i, ++last) {
