@@ -103,10 +103,14 @@ inline std::vector<Repetition> deepTrees() {
 }
 
 /// The worst that search and thought have found, and what is close to them. In BIN, members that
-/// come out of order give a map its index, and members that are announced but do not come take all
-/// the room that an input of this length is given in advance.
+/// come out of order, or under one key, give a map its index, and members that are announced but do
+/// not come take all the room that an input of this length is given in advance.
 inline std::vector<Repetition> hungryInputs() {
   return repetitions(R"(
+      BIN => 100E 8FFFFFFF7F => 61   BIN => 100F 8FFFFFFF7F => 61   BIN => 1011 00 8FFFFFFF7F => 61
+      BIN => => 1010 00 8FFFFFFF7F 00   BIN => => 1011 00 00 00 8FFFFFFF7F 01 61
+      BIN => => 1010 00 01 00 8001 8FFFFFFF7F 00   BIN => 1010 00 8FFFFFFF7F => 00 8001
+      BIN => 1010 00 8FFFFFFF7F => 01 1010 00 00 00 8001
       BIN => => 1010 00 02 01 8001 00   BIN => 1010 00 00 8FFFFFFF7F 00 => 1010 00 01 00
       BIN => 1010 00 00 8FFFFFFF7F 0161 8001 00 => 1010 00 02 01 8001 00
       BIN => 1010 00 00 8FFFFFFF7F 0161 8001 00 => 1010 00 00 02 0161 8001 00
