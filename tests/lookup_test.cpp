@@ -1,6 +1,8 @@
 // Lookups that never create and reads that never convert in silence.
 #include "vexo_variant/lookup.h"
 
+#include <charconv>
+
 #include "host.h"
 #include "variant_access.h"
 
@@ -11,23 +13,14 @@ using namespace vexo::variant;
 using std::string_literals::operator""s;
 using std::string_view_literals::operator""sv;
 
-/// A value of every type, and one of none.
+/// A value of every type, the numbers and texts among them 1, and one of none.
 std::vector<Variant> everyType() {
-  std::vector<Variant> values{Variant(),
-                              true,
-                              std::int8_t{1},
-                              std::int16_t{1},
-                              std::int32_t{1},
-                              std::int64_t{1},
-                              std::uint8_t{1},
-                              std::uint16_t{1},
-                              std::uint32_t{1},
-                              std::uint64_t{1},
-                              1.0,
-                              "1",
-                              timeval{1, 1}};
-  for (const Chars bin : {"100F 01 31", "1010 00 01 01 8001 00", "1011 00 01 74 00 00"})
-    values.push_back(decoded(bin));
+  std::vector<Variant> values;
+  for (const auto& row : table(R"(
+      8001   800301   E00401   E0050001   E00600000001   E0070000000000000001   C00801   C00901
+      C00A01   C00B0000000000000001   E00C3FF0000000000000   100E0131   100D000000000000000100000001
+      100F0131   101000010180 0100   10110001740000)"))
+    values.push_back(decoded(row[0]));
   put(values.emplace_back(), Held{V_NUMERIC, {0}});
   return values;
 }
@@ -40,30 +33,22 @@ TEST(Lookup, FindsWhatIsThereAndCreatesNothing) {
   const Variant copy = tree;
   const std::string name = "a", path = "a/b/[1]";
   char array[] = "b";
+  // clang-format off
   const std::pair<const Variant*, Chars> cases[] = {
-      {find(tree, "a", "b", 0), "10"},
-      {find(copy, name, array, 1u, "c"sv), "\"x\""},
-      {find(copy, "a"sv, "z\0z"sv), "7"},
-      {find(tree, "a", "z\0z"), nullptr},
-      {find(tree, "a", ""), "1"},
-      {find(tree, "a", "[0]"), "2"},
-      {find(tree, "a", "x/y"), "3"},
-      {find(tree, 5), "4"},
-      {find(tree, -1), "5"},
-      {find(tree, UINT32_MAX), nullptr},
-      {find(tree, UINT64_MAX - 2), "6"},
-      {find(tree, KeyChain(path), "c"), "\"x\""},
-      {find(tree, "a", KeyChain("b/[0]/")), "10"},
-      {find(copy, KeyChain("[5]")), "4"},
-      {find(tree, KeyChain("A/b")), nullptr},
-      {find(tree, KeyChain("a//b")), nullptr},
-      {find(tree, KeyChain("")), nullptr},
-      {find(tree, KeyChain(nullptr)), nullptr},
+      {find(tree, "a", "b", 0), "10"},          {find(copy, name, array, 1u, "c"sv), "\"x\""},
+      {find(copy, "a"sv, "z\0z"sv), "7"},       {find(tree, "a", "z\0z"), nullptr},
+      {find(tree, "a", ""), "1"},               {find(tree, "a", "[0]"), "2"},
+      {find(tree, "a", "x/y"), "3"},            {find(tree, 5), "4"},
+      {find(tree, -1), "5"},                    {find(tree, UINT32_MAX), nullptr},
+      {find(tree, UINT64_MAX - 2), "6"},        {find(tree, KeyChain(path), "c"), "\"x\""},
+      {find(tree, "a", KeyChain("b/[0]/")), "10"},      {find(copy, KeyChain("[5]")), "4"},
+      {find(tree, KeyChain("A/b")), nullptr},   {find(tree, KeyChain("a//b")), nullptr},
+      {find(tree, KeyChain("")), nullptr},      {find(tree, KeyChain(nullptr)), nullptr},
       {find(tree, static_cast<Chars>(nullptr)), nullptr},
       {find(tree, "a", "b", 0, "c", 0), nullptr},
       {find(tree, "b", "c", KeyChain("d"), 1), nullptr},
-      {find(tree, ""), nullptr},
-      {find(tree, 0), nullptr}};
+      {find(tree, ""), nullptr},                {find(tree, 0), nullptr}};
+  // clang-format on
   for (const auto& [found, text] : cases) {
     const auto i = &found - &cases[0].first;
     EXPECT_EQ(found == nullptr, text == nullptr) << i;
@@ -98,67 +83,57 @@ TEST(Lookup, EveryTypeOfValueIsAnAnswer) {
 
 // --- Numbers -------------------------------------------------------------------------------------
 
-/// Checks reads of an integer as T, stored at its own width and in the smallest type.
-template <class T, class Integer>
-void expectIntegerReads(Integer integer) {
-  Variant compact = integer;
-  compact.Compact();
-  bool fits;
-  if constexpr (std::is_integral_v<T>) {
-    fits = std::in_range<T>(integer);
-  } else {
-    char digits[64];
-    std::snprintf(digits, sizeof digits, "%.0f", static_cast<double>(static_cast<T>(integer)));
-    fits = digits == std::to_string(integer);
-  }
-  for (const Variant& value : {Variant(integer), compact}) {
-    const std::optional<T> read = valueAs<T>(value);
-    EXPECT_EQ(read.has_value(), fits) << integer;
-    EXPECT_TRUE(!fits || *read == static_cast<T>(integer)) << integer;
-  }
+template <std::integral Integer>
+std::string inFull(Integer number) {
+  return std::to_string(number);
+}
+/// All decimals of a double, of which there may be a thousand.
+std::string inFull(double number) {
+  char text[1500];
+  std::snprintf(text, sizeof text, "%.1080f", number + 0.0);
+  const std::string whole(text, std::string_view(text).find_last_not_of('0') + 1);
+  return std::isdigit(whole.back()) ? whole : whole.substr(0, whole.size() - 1);  // the point
 }
 
-/// Checks reads of the double as T where it is whole and in the range `begin` to before `end`.
-template <class T>
-void expectDoubleReads(double begin, double end) {
-  const double inf = std::numeric_limits<double>::infinity();
-  for (const double edge : {begin, end, 0.0, 1.0, -1.0, 255.0, 9007199254740993.0, inf}) {
-    for (const double number : {edge, std::nextafter(edge, -inf), std::nextafter(edge, inf), -edge,
-                                edge - 1, edge + 1, edge + 0.5}) {
-      const bool fits = number >= begin && number < end && std::trunc(number) == number;
-      const std::optional<T> read = valueAs<T>(Variant(number));
-      EXPECT_EQ(read.has_value(), fits) << number;
-      EXPECT_TRUE(!fits || static_cast<double>(*read) == number) << number;
-    }
-  }
-  EXPECT_FALSE(valueAs<T>(Variant(std::nan(""))));
-}
+using Integers =
+    std::tuple<std::int8_t, std::int16_t, std::int32_t, std::int64_t, long, long long, std::uint8_t,
+               std::uint16_t, std::uint32_t, std::uint64_t, unsigned long, unsigned long long>;
 
+/// A number has to be read as each type that has a value of the same digits, and as no other.
 template <class... Ts>
-void expectReads() {
-  for (int shift = 0; shift < 64; ++shift) {
-    for (std::uint64_t near = 0; near < 5; ++near) {
-      const std::uint64_t edge = (std::uint64_t{1} << shift) + near - 2;
-      (expectIntegerReads<Ts>(edge), ...);
-      (expectIntegerReads<Ts>(static_cast<std::int64_t>(edge)), ...);
-      (expectIntegerReads<Ts>(static_cast<std::int64_t>(0 - edge)), ...);
-    }
-  }
+void expectReads(std::tuple<Ts...>, const Variant& value, const std::string& digits) {
+  const auto expectRead = [&](auto number) {
+    const Chars end = digits.data() + digits.size();
+    const bool isRead = std::from_chars(digits.data(), end, number).ptr == end;
+    const bool fits = isRead && inFull(number) == digits;
+    EXPECT_EQ(valueAs<decltype(number)>(value), fits ? std::optional(number) : std::nullopt)
+        << digits;
+  };
+  (expectRead(Ts{}), ...);
 }
 
 TEST(Lookup, NumbersAreReadWhereTheyFit) {
-  expectReads<std::int8_t, std::int16_t, std::int32_t, std::int64_t, long, long long, std::uint8_t,
-              std::uint16_t, std::uint32_t, std::uint64_t, unsigned long, unsigned long long, float,
-              double>();
-  expectDoubleReads<std::int8_t>(-128, 128);
-  expectDoubleReads<std::uint8_t>(0, 256);
-  expectDoubleReads<std::int16_t>(-32768, 32768);
-  expectDoubleReads<std::uint16_t>(0, 65536);
-  expectDoubleReads<std::int32_t>(-0x1p31, 0x1p31);
-  expectDoubleReads<std::uint32_t>(0, 0x1p32);
-  expectDoubleReads<std::int64_t>(-0x1p63, 0x1p63);
-  expectDoubleReads<std::uint64_t>(0, 0x1p64);
-  const double huge = std::numeric_limits<double>::max(), inf = huge * 2, most = 0x1.fffffep127;
+  for (int shift = 0; shift < 64; ++shift) {
+    const std::uint64_t power = std::uint64_t{1} << shift;
+    for (std::uint64_t edge = power - 2; edge != power + 3; ++edge) {
+      const auto same = static_cast<std::int64_t>(edge), negative = std::int64_t(0 - edge);
+      for (const Variant& value : {Variant(edge), Variant(same), Variant(negative)}) {
+        Variant compact = value;
+        compact.Compact();
+        for (const Variant& each : {value, compact})
+          expectReads(std::tuple_cat(Integers(), std::tuple(1.0f, 1.0)), each, json(value));
+      }
+    }
+    const auto near = static_cast<double>(power);
+    for (const double edge :
+         {near, 2 * near, near - 1, near + 1, near + 0.5, 0.0, HUGE_VAL, std::nan("")}) {
+      for (const double up : {0.0, edge, HUGE_VAL}) {
+        for (const double number : {std::nextafter(edge, up), std::nextafter(-edge, -up)})
+          expectReads(Integers(), number, inFull(number));
+      }
+    }
+  }
+  const double huge = std::numeric_limits<double>::max(), inf = HUGE_VAL, most = 0x1.fffffep127;
   for (const double number : {0.1, -2.5, most, std::nextafter(most, inf), -0x1p128, 1e-300, huge}) {
     EXPECT_EQ(valueAs<double>(Variant(number)), number);
     const bool fits = std::abs(number) <= most;
