@@ -46,19 +46,28 @@ void setType(Variant& value, std::uint32_t code) {
   std::memcpy(reinterpret_cast<char*>(&value) + sizeof(void*), &code, sizeof code);
 }
 
-Variant withTypeName(Variant value, const std::string& name) {
-  const VariantMap* map = value;
-  const_cast<VariantMap*>(map)->typeName = name;
-  setType(value, V_TYPED_MAP);
-  return value;
-}
-
 /// Members that arrive in this order, each with its place in it as value.
 template <class Key>
-Variant membersOf(std::initializer_list<Key> keys) {
+Variant membersOf(std::initializer_list<Key> keys, bool isArray = false) {
   Variant value;
   int place = 0;
   for (const Key& key : keys) value[key] = place++;
+  if (isArray) value.IsArray(true);
+  return value;
+}
+
+template <class... Values>
+Variant arrayOf(const Values&... values) {
+  Variant array;
+  ((array[-1] = values), ...);
+  return array;
+}
+
+Variant typedMap(std::initializer_list<std::string> keys, const std::string& name) {
+  Variant value = membersOf(keys);
+  const VariantMap* map = value;
+  const_cast<VariantMap*>(map)->typeName = name;
+  setType(value, V_TYPED_MAP);
   return value;
 }
 
@@ -69,31 +78,16 @@ Variant chained() { return membersOf({3, 1, 2}); }
 
 int main() {
   std::uint8_t bytes[20] = {0x00, 0x7f, 0x80, 0xff};
-  Variant types;
-  types[-1] = Variant();
-  types[-1] = true;
-  types[-1] = std::int8_t{-1};
-  types[-1] = std::int16_t{-300};
-  types[-1] = std::int32_t{70000};
-  types[-1] = std::numeric_limits<std::int64_t>::min();
-  types[-1] = std::uint8_t{200};
-  types[-1] = std::uint16_t{60000};
-  types[-1] = std::uint32_t{4000000000};
-  types[-1] = std::numeric_limits<std::uint64_t>::max();
-  types[-1] = 0.1;
-  types[-1] = -std::numeric_limits<double>::infinity();
-  types[-1] = timeval{1795375980, 250};
-  types[-1] = timeval{-1, 1000000};
-  types[-1] = timeval{std::numeric_limits<std::int32_t>::min(), 0};
-  types[-1] = std::string("zero \0 byte, \"quotes\"", 21);
-  types[-1] = "";
-  types[-1] = Variant(bytes, 20, false);
-  types[-1] = Variant(bytes, 1, true);
-  types[-1] = Variant(bytes, 0, false);
-  types[-1] = membersOf<int>({});
+  Variant types = arrayOf(
+      Variant(), true, std::int8_t{-1}, std::int16_t{-300}, 70000, INT64_MIN, std::uint8_t{200},
+      std::uint16_t{60000}, 4000000000u, UINT64_MAX, 0.1, -std::numeric_limits<double>::infinity(),
+      timeval{1795375980, 250}, timeval{-1, 1000000}, timeval{INT32_MIN, 0},
+      std::string("zero \0 byte, \"quotes\"", 21), "", Variant(bytes, 20, false), Variant(),
+      Variant(bytes, 0, false), Variant());
+  types[18] = Variant(bytes, 1, true);  // what is copied is not external
   types[-1]["in a map"] = "a string too long for the place in std::string itself";
-  const timeval farthest{std::numeric_limits<time_t>::max() / 4, 999999};
-  const Variant far = farthest, past = timeval{std::numeric_limits<time_t>::min() / 100000000, 0};
+  constexpr auto kLast = std::numeric_limits<time_t>::max();
+  const Variant far = timeval{kLast / 4, 999999}, past = timeval{-(kLast / 100000000), 0};
 
   // One block; blocks; an index over the only block, and over several with erased slots.
   Variant oneBlock = membersOf({-2, 5});
@@ -103,22 +97,16 @@ int main() {
   Variant erased = membersOf({40, 7, 30, 9, 20, 8, 10, 6, 5});
   erased.RemoveValue(30).RemoveValue(8).RemoveValue(5);
   Variant strings = membersOf<std::string>({"one", "two", "three", "four", "five"});
-  Variant dense = membersOf({2, 0, 1, 3});
-  dense.IsArray(true);
-  Variant gaps = membersOf({0, 2});
-  gaps.IsArray(true);
-  Variant mixed = membersOf({0, 1});
-  mixed.IsArray(true);
+  const Variant dense = membersOf({2, 0, 1, 3}, true), gaps = membersOf({0, 2}, true);
+  Variant mixed = membersOf({0, 1}, true);
   mixed["length"] = 2;
-  const Variant typed = withTypeName(membersOf<std::string>({"x", "y"}), "Point");
-  const Variant longName = withTypeName(
-      membersOf<std::string>({std::string(201, 'k'), std::string(201, 'k') + 'l', "\\ \" \n \xff"}),
-      std::string(200, 't') + "\"");
+  const Variant typed = typedMap({"x", "y"}, "Point");
+  const std::string k(201, 'k'), t(200, 't');
+  const Variant longName = typedMap({k, k + 'l', "\\ \" \n \xff"}, t + "\"");
 
   Variant tree;
   tree["name"] = "gateway";
-  tree["ports"][-1] = 80;
-  tree["ports"][-1] = 443;
+  tree["ports"] = arrayOf(80, 443);
   tree["place"] = typed;
   tree["limits"]["retries"] = Variant();
 

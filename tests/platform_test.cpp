@@ -259,18 +259,15 @@ TEST(HostLog, OneLineOfAnyLength) {
 }
 
 TEST(Strings, AreSplitAndTrimmed) {
-  const std::tuple<std::string, std::string, std::vector<std::string>> rows[] = {
-      {"", "\n", {""}},
-      {"a\n\nb\n", "\n", {"a", "", "b", ""}},
-      {"--a---b", "--", {"", "a", "-b"}},
-      {"a.b", "", {"a.b"}},
-      {"a.b", "a.b.c", {"a.b"}},
-  };
-  for (const auto& [text, delimiter, pieces] : rows) {
-    std::vector<std::string> found{"kept"};
-    split(text, delimiter, found);
-    found.erase(found.begin());
-    EXPECT_EQ(found, pieces) << text;
+  // The text, what parts it, and its pieces behind what was there before, each in brackets.
+  for (const auto& row : vexo::tests::table(R"(
+      => . => [before][]   a..b. => . => [before][a][][b][]   --a---b => -- => [before][][a][-b]
+      a.b => => [before][a.b]   a.b => a.b.c => [before][a.b])")) {
+    std::vector<std::string> pieces{"before"};
+    split(row[0], row[1], pieces);
+    std::string found;
+    for (const std::string& piece : pieces) found += "[" + piece + "]";
+    EXPECT_EQ(found, row[2]) << row[0];
   }
   for (std::string text : {" \t\n\v\f\r a \t", "a \t", " a \t"}) {
     lTrim(text);

@@ -272,17 +272,14 @@ TEST(Equality, ComparesInTheDomainOfTheLeftValue) {
 TEST(Iteration, IsInKeyOrderAndWrites) {
   Variant value = parsed(R"({"3":3,"-5":-5,"0":0,"abc":1,"B":2,"ab":3,"a":4})");
   value[std::string("\xFF")] = "last";
-  std::string order;
-  const Variant& same = value;
-  for (auto i = same.num_begin(); i != same.num_end(); ++i) order += std::to_string(i->first) + ' ';
-  for (auto i = value.str_begin(); i != value.str_end(); ++i) order += i->first + ' ';
-  EXPECT_EQ(order, "-5 0 3 B a ab abc \xFF ");
   (--value.num_end())->second = "changed";
   value.str_begin()->second["nested"] = value.num_begin()->first;
-  EXPECT_TRUE(same[3] == "changed" && same.str_begin()->second["nested"] == -5);
-  const auto kept = value.str_begin();
-  value.RemoveValue("a", true)["A"] = 1;
-  EXPECT_TRUE(std::next(kept)->first == "ab" && std::prev(kept)->first == "A");
+  std::string order;
+  const Variant& same = value;
+  for (auto i = same.num_begin(); i != same.num_end(); ++i) order += json(i->second) + ' ';
+  for (auto i = value.str_begin(); i != value.str_end(); ++i) order += i->first + ' ';
+  EXPECT_EQ(order, "-5 0 \"changed\" B a ab abc \xFF ");
+  EXPECT_EQ(same.str_begin()->second["nested"], -5);
 }
 
 struct Record : BaseVariantContainer {
