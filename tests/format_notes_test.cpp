@@ -30,6 +30,7 @@ TEST(FormatNotes, ShowWhatIsRead) {
       const bool isBin = note == "bin-format";
       const Bytes bytes = isBin ? unhex(row[1]) : Bytes();
       const std::string text = replaced(row[1], "↵", "\n"), shown = row[3];
+      if (sizeof(timeval::tv_sec) < 8 && shown.starts_with("(TIMESTAMP) \"-")) continue;
       Variant value;
       TextError error;
       if (isRead(note, isBin ? std::string(bytes.begin(), bytes.end()) : text, value, error)) {
