@@ -137,7 +137,9 @@ struct Operations {
               "members do not move and are found");
       expected.place = member;
       require((member++)->second == expected.value, "values are the same");
-      require(std::next(place) == member && std::prev(member) == place, "iterators go on");
+      const auto back = std::prev(member);
+      require(std::next(place) == member && back == place && std::next(back) == member,
+              "iterators go on, and back and forth");
     }
     require(member == members.end(), "there are no more members");
     for (auto i = model.rbegin(); i != model.rend(); ++i, ++last) {
