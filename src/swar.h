@@ -78,8 +78,8 @@ class Chunk {
       : bytes_(_mm_loadu_si128(reinterpret_cast<const __m128i*>(text))) {}
   /// Fewer bytes than kSize; those behind them are 0.
   static Chunk part(const char* text, std::size_t count) {
-    if (count <= 8) return Chunk(loadPart(text, count), 0);
-    return Chunk(load(text), load(text + count - 8) >> (8 * (kSize - count)));
+    if (count <= 8) return {loadPart(text, count), 0};
+    return {load(text), load(text + count - 8) >> (8 * (kSize - count))};
   }
   void store(char* out) const { _mm_storeu_si128(reinterpret_cast<__m128i*>(out), bytes_); }
 
