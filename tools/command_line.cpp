@@ -190,6 +190,11 @@ bool isMissing(const std::string& path) {
   return ::access(path.c_str(), F_OK) != 0 && errno == ENOENT;
 }
 
+/// No command looks like this.
+bool isPath(const std::string& word) {
+  return word == kStandardStream || word.find_first_of("./") != std::string::npos;
+}
+
 /// `word` is the first operand where no command is named, otherwise empty.
 [[noreturn]] void refuse(const CLI::App& app, const CLI::ParseError& error,
                          const std::string& word) {
@@ -206,7 +211,7 @@ bool isMissing(const std::string& path) {
       throw Failure(kUsage,
                     explainOption(app, command, option->substr(0, option->find('='))) + see);
     }
-    if (!word.empty() && isMissing(word)) {
+    if (!word.empty() && !isPath(word) && isMissing(word)) {
       throw Failure(kUsage, word + ": no such command (see " + kProgram + " --help)");
     }
     throw Failure(
@@ -234,17 +239,16 @@ void refuseForgottenGet(const Options& options) {
   const bool mayBeChain = isChain || (hasFile && word.find('.') == std::string::npos);
   if (!mayBeChain || hasOutput != hasFile) return;
   throw Failure(kInputOutput, inputName(word) + ": no such file (did you mean vexo-variant get " +
-                                  word + (hasFile ? ' ' + options.output : "") + "?)");
+                                  inputName(word) + (hasFile ? ' ' + options.output : "") + "?)");
 }
 
 /// A word that is neither a file nor a command was perhaps to be one of them.
 void refuseUnknownWord(const Options& options) {
   const std::string& word = options.input;
   if (word == kStandardStream || commandNamed(word) != nullptr) return;
-  const bool isPath = word.find_first_of("./") != std::string::npos;
-  const std::string suggestion = isPath ? std::string() : didYouMean(word, commandNames());
+  const std::string suggestion = isPath(word) ? std::string() : didYouMean(word, commandNames());
   if (suggestion.empty()) refuseForgottenGet(options);
-  if (isPath || !isMissing(word)) return;
+  if (isPath(word) || !isMissing(word)) return;
   throw Failure(kInputOutput, inputName(word) + ": no such file or command" +
                                   (suggestion.empty() ? " (see vexo-variant --help)" : suggestion));
 }

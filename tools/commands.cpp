@@ -276,11 +276,17 @@ bool isNullOrFalse(const Variant& value) {
 
 bool exists(const std::string& path) { return ::access(path.c_str(), F_OK) == 0; }
 
+/// Whether an input may be there; "." is a directory, and a key chain.
+bool isInput(const std::string& path) {
+  std::error_code noneSuch;
+  return exists(path) && !std::filesystem::is_directory(path, noneSuch);
+}
+
 int runGet(const Options& options) {
-  if (options.input != kStandardStream && !exists(options.input) && exists(options.chain)) {
+  if (options.input != kStandardStream && !exists(options.input) && isInput(options.chain)) {
     throw Failure(kInputOutput, inputName(options.input) +
                                     ": no such file (did you mean vexo-variant get " +
-                                    options.input + ' ' + options.chain + "?)");
+                                    inputName(options.input) + ' ' + options.chain + "?)");
   }
   Input input(options.input, options);
   const std::string path(kStandardStream);
