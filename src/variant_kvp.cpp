@@ -320,7 +320,7 @@ class GatheringKvpBuilder {
     return true;
   }
 
-  /// Where the name that starts there ends, or stops to be plain; zero bytes end it as well.
+  /// Where the name that starts there ends, or stops being plain; zero bytes end it as well.
   static std::size_t endOfName(std::string_view key, std::size_t start) {
     using swar::Chunk;
     for (;; start += Chunk::kSize) {

@@ -41,9 +41,10 @@ VEXO_VARIANT_API bool readKvpText(const char* data, unsigned int length, bool nu
 inline constexpr std::size_t kNoOffset = static_cast<std::size_t>(-1);
 
 /// Does what `target.FromTOML(text)` does and returns the same, with the same messages; on false
-/// `conflict` is the offset of the first key that is used for two things, or kNoOffset when the
-/// text is not TOML (or when the platform's walker does not hand over tokens as they stand in the
-/// text). `readTomlText` of <vexo_variant/toml_text.h> tells all faults.
+/// `conflict` is the offset of the first key that cannot name a table or an array where it is to do
+/// so, or kNoOffset when the text is not TOML (or when the platform's walker does not hand over
+/// tokens as they stand in the text). `readTomlText` of <vexo_variant/toml_text.h> tells all
+/// faults.
 VEXO_VARIANT_API bool readTomlTree(const std::string& text, Variant& target, std::size_t& conflict);
 
 }  // namespace vexo::variant
