@@ -269,6 +269,15 @@ TEST(JsonRoundTrip, EveryByteAtEveryPlace) {
   }
 }
 
+TEST(JsonRoundTrip, LongStringsOfEscapesAlone) {
+  for (const std::size_t length : {4096u, 4097u, 8193u}) {  // around parts of the writer
+    const std::string text = std::string(length - 1, '/') + '"';
+    const std::string escaped = repeated("\\/", length - 1) + "\\\"";
+    EXPECT_EQ(json(text), "\"" + escaped + "\"") << length;
+    EXPECT_EQ(parsed("\"" + escaped + "\""), text) << length;
+  }
+}
+
 TEST(JsonFiles, HoldTheTextAloneAndAreReadAsFarAsTheyGo) {
   const TemporaryFile file;
   const Variant value = parsed(R"({"a":[1,"\/"]})");

@@ -213,7 +213,8 @@ TEST(Toml, FaultsHavePlaceAndReason) {
 TEST(Toml, KeyConflictsHaveAPlace) {
   for (const auto& row : table(R"(
       a=1␊[a] => 2:2   a=1 # a␊ [[ a . b ]] => 2:5   a=1␊x.a=2␊a.b=2 => 3:1   "é"=1␊["é"] => 2:2   [""] => 1:2
-      a=[1]␊[a]␊b=1␊[c]␊'x/y' = {} => 5:1   a={b=1,'é'=2,b={}} => 1:14   a=[{c=1,c.d=2}]␊[a.c] => 1:9)")) {
+      a=[1]␊[a]␊b=1␊[c]␊'x/y' = {} => 5:1   a={b=1,'é'=2,b={}} => 1:14   a=[{c=1,c.d=2}]␊[a.c] => 1:9
+      ‹EF›‹BB›‹BF›a=1␍␊[a] => 2:2)")) {
     Variant value;
     TextError error;
     const std::string document = plain(row[0]);
