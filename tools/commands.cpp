@@ -201,8 +201,9 @@ int runConvert(const Options& options) {
   Input input(options.input, options);
   const std::string& path = options.inPlace ? options.input : options.output;
   const Format& format = outputFormat(options, path, options.inPlace ? &input.format : nullptr);
+  const Variant value = input.read(options);
   if (options.outputFormat.empty() && !options.inPlace) warnOfExtension(path, options.quiet);
-  deliver(options, path, format, input.read(options), input.reporter);
+  deliver(options, path, format, value, input.reporter);
   return kDone;
 }
 
