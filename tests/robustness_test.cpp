@@ -39,9 +39,9 @@ struct Input {
 using In = const Input&;
 
 enum Trait {
-  kSame = 1,  // leaves a value that equals the tree
-  kNull = 2,  // leaves null when memory runs out
-  kWide = 4,  // takes room by the square of the depth
+  kSame = 1,   // leaves a value that equals the tree
+  kNull = 2,   // leaves null when memory runs out
+  kWide = 4,   // takes room by the square of the depth
   kReads = 8,  // changes nothing, also when memory runs out
 };
 
@@ -206,8 +206,8 @@ TEST(Memory, TextIsAppendedWholeOrNotAtAll) {
       std::string text = "before";
       try {
         const FailingAllocation failing(n);
-        isDone = isJson ? in.tree.ToJSON("", text, false, false, 0)
-                        : in.tree.ToKVP(text, "=", "\n");
+        isDone =
+            isJson ? in.tree.ToJSON("", text, false, false, 0) : in.tree.ToKVP(text, "=", "\n");
       } catch (const std::bad_alloc&) {
       }
       EXPECT_TRUE(text == (isDone ? whole : "before")) << n;

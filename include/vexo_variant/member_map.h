@@ -447,9 +447,7 @@ class MemberMap {
   bool indexed() const noexcept { return spread() && asSpread()->indexed(); }
 
   /// Turns the one block of a map into the first block of a Spread.
-  Spread& makeSpread() {
-    return spread() ? *asSpread() : becomeSpread();
-  }
+  Spread& makeSpread() { return spread() ? *asSpread() : becomeSpread(); }
   __attribute__((noinline)) Spread& becomeSpread() {
     root_ = std::make_unique<Spread>(root_).release();
     return *asSpread();
