@@ -15,6 +15,7 @@ namespace {
 
 constexpr LogArea kLog{"src/variant_json"};
 
+/// Writes a byte, escaped where it has to be. Returns the end.
 char* putByte(char c, char* out) {
   const char letter = json::escapeLetter(c);
   if (letter != 0) *out++ = '\\';

@@ -14,7 +14,7 @@ namespace {
 [[gnu::noinline]] std::unique_ptr<VariantBuffer> decodeMarked(std::string_view text) {
   const std::string_view base64 = text.substr(kBinaryMarker.size());
   auto buffer = decodeBase64(base64);
-  if (base64.empty() || buffer->size > 0) return buffer;
+  if (wasBase64(base64, *buffer)) return buffer;
   deleteBuffer(buffer.release());
   return nullptr;
 }

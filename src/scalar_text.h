@@ -17,6 +17,10 @@ inline constexpr std::string_view kBinaryMarker = "b64:";
 /// An owned buffer of the bytes that a base64 text stands for, of which there are none when the
 /// text is broken.
 std::unique_ptr<VariantBuffer> decodeBase64(std::string_view text);
+/// Whether the text that these bytes were decoded from was not broken.
+inline bool wasBase64(std::string_view text, const VariantBuffer& decoded) {
+  return text.empty() || decoded.size > 0;
+}
 
 /// Appends the base64 text of a buffer; false, with nothing appended, when it cannot be encoded.
 bool appendBase64(const VariantBuffer& buffer, TextSink& output);

@@ -140,7 +140,7 @@ Held holdLine(std::string_view text, const KvpRules& rules, bool& valid) {
   if (!isMarkedBuffer(text)) return holdValue(text);
   const std::string_view base64 = text.substr(kBinaryMarker.size());
   auto buffer = decodeBase64(base64);
-  valid = base64.empty() || buffer->size > 0;
+  valid = wasBase64(base64, *buffer);
   return holdRecord(buffer.release());
 }
 
