@@ -6,7 +6,6 @@
 #include <CLI/Config.hpp>
 #include <CLI/Formatter.hpp>
 #include <algorithm>
-#include <cerrno>
 #include <iterator>
 #include <memory>
 #include <string>
@@ -186,10 +185,6 @@ bool is(const CLI::ParseError& error) {
   return dynamic_cast<const Error*>(&error) != nullptr;
 }
 
-bool isMissing(const std::string& path) {
-  return ::access(path.c_str(), F_OK) != 0 && errno == ENOENT;
-}
-
 /// No command looks like this.
 bool isPath(const std::string& word) {
   return word == kStandardStream || word.find_first_of("./") != std::string::npos;
@@ -238,8 +233,7 @@ void refuseForgottenGet(const Options& options) {
   const bool hasFile = hasOutput && !isMissing(options.output);
   const bool mayBeChain = isChain || (hasFile && word.find('.') == std::string::npos);
   if (!mayBeChain || hasOutput != hasFile) return;
-  throw Failure(kInputOutput, inputName(word) + ": no such file (did you mean vexo-variant get " +
-                                  inputName(word) + (hasFile ? ' ' + options.output : "") + "?)");
+  throw missingFile(word, inputName(word) + (hasFile ? ' ' + options.output : ""));
 }
 
 /// A word that is neither a file nor a command was perhaps to be one of them.

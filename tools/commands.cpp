@@ -275,19 +275,15 @@ bool isNullOrFalse(const Variant& value) {
   return value == V_NULL || (value == V_BOOL && !static_cast<bool>(value));
 }
 
-bool exists(const std::string& path) { return ::access(path.c_str(), F_OK) == 0; }
-
 /// Whether an input may be there; "." is a directory, and a key chain.
 bool isInput(const std::string& path) {
   std::error_code noneSuch;
-  return exists(path) && !std::filesystem::is_directory(path, noneSuch);
+  return !isMissing(path) && !std::filesystem::is_directory(path, noneSuch);
 }
 
 int runGet(const Options& options) {
-  if (options.input != kStandardStream && !exists(options.input) && isInput(options.chain)) {
-    throw Failure(kInputOutput, inputName(options.input) +
-                                    ": no such file (did you mean vexo-variant get " +
-                                    inputName(options.input) + ' ' + options.chain + "?)");
+  if (options.input != kStandardStream && isMissing(options.input) && isInput(options.chain)) {
+    throw missingFile(options.input, inputName(options.input) + ' ' + options.chain);
   }
   Input input(options.input, options);
   const std::string path(kStandardStream);
@@ -362,6 +358,11 @@ constexpr Command kCommands[] = {
 };
 
 }  // namespace
+
+Failure missingFile(const std::string& path, const std::string& operandsOfGet) {
+  return {kInputOutput,
+          inputName(path) + ": no such file" + didYouMean("vexo-variant get " + operandsOfGet)};
+}
 
 std::span<const Command> commands() { return kCommands; }
 

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "formats.h"
+#include "report.h"
 
 namespace tool {
 
@@ -43,6 +44,9 @@ struct Command {
 
 /// The first one is meant when none is named.
 std::span<const Command> commands();
+
+/// For a file that is not there, where `get` with these operands was perhaps meant.
+Failure missingFile(const std::string& path, const std::string& operandsOfGet);
 
 }  // namespace tool
 

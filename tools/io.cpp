@@ -58,6 +58,10 @@ std::string inputName(const std::string& path) {
   return path == kStandardStream ? "<stdin>" : path;
 }
 
+bool isMissing(const std::string& path) {
+  return ::access(path.c_str(), F_OK) != 0 && errno == ENOENT;
+}
+
 Source::Source(const std::string& path, const Reporter& reporter)
     : reporter_(reporter), descriptor_(openInput(path)) {
   if (descriptor_ < 0) reporter_.fail(kInputOutput, errorText(errno));

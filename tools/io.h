@@ -16,6 +16,9 @@ inline constexpr std::string_view kStandardStream = "-";
 /// How messages name an input: its path, or "<stdin>"; an empty path is shown as a pair of quotes.
 std::string inputName(const std::string& path);
 
+/// Whether there is nothing under this path: not that it cannot be read, or not be told.
+bool isMissing(const std::string& path);
+
 /// An input that is open. Failures to open and to read end the command.
 class Source {
  public:
