@@ -11,6 +11,7 @@
 #include <string_view>
 #include <utility>
 
+#include "chains.h"
 #include "colour.h"
 #include "diff.h"
 #include "formats.h"

@@ -29,14 +29,6 @@ std::string didYouMean(const Equivalent& equivalent, const std::string& option =
 /// The option that does what one of this name does in jq; otherwise empty.
 std::string equivalentOption(std::string_view name);
 
-/// The key chain that a path of jq or yq follows, as far as that is one: of `.a["b c"][0] | length`
-/// it is a/b c/[0]. A dot for a path that begins with something else.
-std::string chainOfPath(std::string_view path);
-
-/// Ends the command for a key chain that would find something else than it says: GetKeyChain takes
-/// [] for [0], [010] for [8], and an index beyond 64 bits for the nearest one.
-void refuseMisleadingChain(const std::string& chain);
-
 }  // namespace tool
 
 #endif
