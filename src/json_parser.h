@@ -159,7 +159,7 @@ class JsonParser {
 
   Next readNumber() {
     const NumberPrefix number = parseNumberPrefix(cursor_.rest());
-    if (number.value.type == V_NULL) return fail("expected a number");
+    if (number.value.type == V_NULL) return fail(reasonAgainstNumber(cursor_.rest()));
     cursor_.advance(number.length);
     builder_.number(number.value);
     return Next::kAfterValue;

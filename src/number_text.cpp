@@ -298,6 +298,21 @@ bool commonValue(const Decimal& number, bool negative, bool startsWithZero, Held
   return parseDouble(text.substr(negative || text[0] == '+' ? 1 : 0), negative);
 }
 
+/// Takes an integer off the front: perhaps a sign, then decimal digits.
+bool takeDecimal(std::string_view& text) {
+  if (!text.empty() && (text[0] == '-' || text[0] == '+')) text.remove_prefix(1);
+  const std::size_t count = std::min(text.find_first_not_of("0123456789"), text.size());
+  text.remove_prefix(count);
+  return count > 0;
+}
+
+/// As in 1e5, which many languages take for a number.
+bool startsWithPointlessExponent(std::string_view text) {
+  if (!takeDecimal(text) || text.empty() || ascii::lower(text[0]) != 'e') return false;
+  text.remove_prefix(1);
+  return takeDecimal(text) && (text.empty() || !isNumberByte(text[0]));
+}
+
 unsigned detectBase(std::string_view text) {
   if (text.empty() || text[0] != '0') return 10;
   const bool hex =
@@ -383,6 +398,11 @@ NumberPrefix parseNumberPrefix(std::string_view text) {
   prefix.length = static_cast<std::size_t>(last - text.data());
   prefix.value = parseUncommon(text.substr(0, prefix.length));
   return prefix;
+}
+
+const char* reasonAgainstNumber(std::string_view text) {
+  return startsWithPointlessExponent(text) ? "an exponent needs a point before it"
+                                           : "expected a number";
 }
 
 Held parseNumber(std::string_view text) {

@@ -73,6 +73,9 @@ struct NumberPrefix {
 };
 NumberPrefix parseNumberPrefix(std::string_view text);
 
+/// Why a text does not begin with a number.
+const char* reasonAgainstNumber(std::string_view text);
+
 /// The number that a whole text stands for; null when it is none.
 Held parseNumber(std::string_view text);
 

@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include <csignal>
+#include <memory>
 #include <set>
 #include <thread>
 #include <tuple>
@@ -178,19 +179,41 @@ TEST_F(FileTest, WithoutAWriteOrWithAFailedOneNothingChanges) {
   expectContent("f", "old");
 }
 
+/// While it lives, root is a user like any other, who owns the working directory.
+struct AsUser {
+  AsUser() { EXPECT_TRUE(user != 0 || (chown(".", kUser, getegid()) == 0 && seteuid(kUser) == 0)); }
+  ~AsUser() { EXPECT_EQ(seteuid(user), 0); }
+  static constexpr uid_t kUser = 65534;
+  const uid_t user = geteuid();
+};
+
 TEST_F(FileTest, PermissionsAreKeptAndDecide) {
+  const AsUser user;
   const mode_t before = umask(027);
   EXPECT_TRUE(replace("f", "x") && fs::status("f").permissions() == fs::perms{0640});
   umask(before);
   fs::permissions("f", fs::perms{0606});
   EXPECT_TRUE(replace("f", "long text") && fs::status("f").permissions() == fs::perms{0606});
-  if (geteuid() == 0) GTEST_SKIP() << "root is refused nothing";
   fs::permissions("f", fs::perms{0400});
   EXPECT_FALSE(replace("f", "x"));
   fs::permissions("f", fs::perms{0600});
   fs::permissions(".", fs::perms{0500});
   EXPECT_TRUE(replace("f", "in place") && !replace("g", "x"));
   expectContent("f", "in place");
+}
+
+TEST_F(FileTest, RightsOfAnOwnerOrGroupThatIsNotKeptAreLost) {
+  if (geteuid() != 0) GTEST_SKIP() << "only root can give files away";
+  const std::tuple<bool, gid_t, mode_t> rows[] = {
+      {false, 2, 07767}, {true, getegid(), 03767}, {true, 2, 01767}};
+  for (const auto& [isUser, group, mode] : rows) {
+    EXPECT_TRUE(replace("f", "old") && chown("f", 1, group) == 0 && chmod("f", 07767) == 0);
+    const auto user = isUser ? std::make_unique<AsUser>() : nullptr;
+    struct stat status {};
+    EXPECT_TRUE(replace("f", "new") && stat("f", &status) == 0);
+    EXPECT_EQ(status.st_mode & 07777, mode);
+    EXPECT_EQ(status.st_uid, isUser ? AsUser::kUser : 1);
+  }
 }
 
 TEST_F(FileTest, FollowsLinksAndRefusesWhatIsNoFile) {

@@ -29,6 +29,18 @@ said() {
   [[ $error == ${1:+vexo-variant: $1} && $error != *$'\n'* ]]
 }
 
+# works STDIN ARGUMENTS...: what "did you mean" in the last error suggests works: a whole command
+# line, or a word in place of the one in front of it.
+works() {
+  [[ ${error/: no such file or command/} =~ (member (.*)|([^ ]+))' (did you mean '(.*)'?)' ]] || return 0
+  local mistake=${BASH_REMATCH[2]:-${BASH_REMATCH[3]}} meant=${BASH_REMATCH[4]} line=("${@:2}") i
+  for i in "${!line[@]}"; do
+    if [ "${line[i]}" = "$mistake" ]; then line[i]=$meant; fi
+  done
+  if [[ $meant == vexo-variant\ * ]]; then eval "line=(${meant#* })"; fi
+  printf '%b' "${1:-"$json"}" | run "${line[@]}" > again 2>&1
+}
+
 # check CODE STDERR STDIN STDOUT ARGUMENTS: STDIN and STDOUT with escapes as of printf %b.
 check() {
   local status arguments
@@ -36,7 +48,7 @@ check() {
   printf '%b' "$4" > expected
   printf '%b' "$3" | run "${arguments[@]}" > out 2> err
   status=$?
-  said "$2" && [ "$status" -eq "$1" ] && cmp -s out expected
+  said "$2" && [ "$status" -eq "$1" ] && cmp -s out expected && works "$3" "${arguments[@]}"
   verdict "${5-} < '$3': exit $status instead of $1, or wrong output; said: ${error:0:300}"
 }
 
@@ -110,10 +122,27 @@ if script -qec true /dev/null < /dev/null > /dev/null 2>&1 && [ -z "${TOOL_RUNNE
   for command in -M 'show -M' 'get -r k' '-o kvp'; do
     ! steers "'$tool' $command hostile.json"; verdict "a terminal is not steered: $command"
   done
+  for command in '-o bin' '-o amf' 'get -r raw'; do
+    ! terminal "'$tool' $command in.json" > out && grep -q 'is a terminal' out &&
+      terminal "'$tool' $command in.json --force" | tr -d '\r\n' |
+      cmp -s - <(run $command in.json | tr -d '\r\n')
+    verdict "bytes on a terminal: $command"
+  done
   script -qec "'$tool'" /dev/null | grep -q 'no input: name a file'; verdict 'nothing to do'
 fi
 run in.json > /dev/full 2> err; [ $? -eq 5 ] && said '<stdout>: No space left on device'
 verdict 'standard output is full'
+# From where the loader finds room on, until the command has enough.
+limited() { (ulimit -v "$1" && run -c in.json 2> err) > out; }
+if limited 1000000; then
+  for ((room = 2000, exits = 0, status = 5; status != 0; room += 16)); do
+    limited "$room"
+    status=$?
+    if [ $status -eq 5 ] && said 'out of memory'; then ((++exits)); fi
+    [[ $status == @(0|5|125|127) ]] || break
+  done
+  [ "$status" -eq 0 ] && [ "$exits" -gt 5 ]; verdict "out of memory: exit $status after $exits times 5"
+fi
 run < /dev/null >&- 2> err; [ $? -eq 3 ]; verdict 'closed output, unused'
 run in.json >&- 2> err; [ $? -eq 5 ] && said '<stdout>: *'; verdict 'closed output'
 run <&- 2> err; [ $? -eq 5 ] && said '<stdin>: *'; verdict 'closed input'

@@ -13,7 +13,7 @@
 #include <vector>
 
 #include "commands.h"
-#include "formats.h"
+#include "habits.h"
 #include "io.h"
 #include "report.h"
 #include "suggestion.h"
@@ -105,16 +105,26 @@ bool takesNext(const CLI::App& app, const std::string& argument) {
   return false;
 }
 
+using Argument = std::vector<std::string>::iterator;
+
 /// The first argument that is neither an option nor the value of one; the end where none comes
 /// before "--".
-std::vector<std::string>::iterator firstWord(const CLI::App& app,
-                                             std::vector<std::string>& arguments) {
-  for (auto i = arguments.begin(); i != arguments.end(); ++i) {
+Argument firstWord(const CLI::App& app, Argument begin, Argument end) {
+  for (Argument i = begin; i != end; ++i) {
     if (*i == "--") break;
     if (!isOption(*i)) return i;
-    if (takesNext(app, *i) && ++i == arguments.end()) break;
+    if (takesNext(app, *i) && ++i == end) break;
   }
-  return arguments.end();
+  return end;
+}
+
+std::vector<std::string> wordsOf(const CLI::App& app, std::vector<std::string>& arguments) {
+  std::vector<std::string> words;
+  const auto end = arguments.end();
+  for (auto i = firstWord(app, arguments.begin(), end); i != end; i = firstWord(app, i + 1, end)) {
+    words.push_back(*i);
+  }
+  return words;
 }
 
 bool asksAboutProgram(const std::vector<std::string>& arguments) {
@@ -133,7 +143,7 @@ void keepBrackets(std::vector<std::string>& arguments) {
 /// Puts the command word in front of its options, which may come first, or adds it. False when none
 /// was given.
 bool putCommandFirst(const CLI::App& app, std::vector<std::string>& arguments) {
-  const auto word = firstWord(app, arguments);
+  const Argument word = firstWord(app, arguments.begin(), arguments.end());
   const Command* command = word == arguments.end() ? nullptr : commandNamed(*word);
   if (command == nullptr) {
     if (!asksAboutProgram(arguments)) {
@@ -148,12 +158,17 @@ bool putCommandFirst(const CLI::App& app, std::vector<std::string>& arguments) {
 
 // --- Wrong usage ---------------------------------------------------------------------------------
 
+bool hasOption(const CLI::App& app, const std::string& command, const std::string& option) {
+  const CLI::App* found = commandNamed(command) == nullptr ? nullptr : app.get_subcommand(command);
+  return found != nullptr && found->get_option_no_throw(option) != nullptr;
+}
+
 /// The commands that have an option which another one lacks.
 std::string commandsWith(const CLI::App& app, const std::string& option) {
   std::string names;
-  for (const CLI::App* command : app.get_subcommands({})) {
-    if (command->get_option_no_throw(option) == nullptr) continue;
-    names += (names.empty() ? "" : ", ") + command->get_name();
+  for (const Command& command : commands()) {
+    if (hasOption(app, command.name, option))
+      names += (names.empty() ? "" : ", ") + std::string(command.name);
   }
   return names;
 }
@@ -166,10 +181,19 @@ std::vector<std::string> optionNames(const CLI::App& command) {
   return names;
 }
 
-std::string explainOption(const CLI::App& app, const CLI::App& command, const std::string& name) {
+/// `meant` is what the command line perhaps means, when it names no command.
+std::string explainOption(const CLI::App& app, const CLI::App& command, const std::string& name,
+                          const Equivalent& meant) {
+  const std::string alias = equivalentOption(name);
+  const std::string& known = alias.empty() ? name : alias;
   const std::string others = commandsWith(app, name);
-  if (others.empty()) return "unknown option " + name + didYouMean(name, optionNames(command));
-  return name + " is no option of " + command.get_name() + ", but of " + others;
+  const std::string fault =
+      others.empty() ? "unknown option " + name
+                     : name + " is no option of " + command.get_name() + ", but of " + others;
+  if (hasOption(app, meant.command, known)) return fault + didYouMean(meant, known);
+  if (!others.empty()) return fault;
+  if (hasOption(app, command.get_name(), alias)) return fault + didYouMean(alias);
+  return fault + didYouMean(name, optionNames(command));
 }
 
 /// An option without its value, or a flag with one: CLI11's message begins with its name, which for
@@ -190,9 +214,22 @@ bool isPath(const std::string& word) {
   return word == kStandardStream || word.find_first_of("./") != std::string::npos;
 }
 
-/// `word` is the first operand where no command is named, otherwise empty.
+/// The first operand was to be a command, or a key chain that lacks its `get`, when it is no file.
+void refuseUnknownWord(const std::vector<std::string>& operands, ExitCode code) {
+  if (operands.empty()) return;
+  const std::string& word = operands.front();
+  if (commandNamed(word) != nullptr || (word != "." && (isInput(word) || !isMissing(word)))) return;
+  std::string suggestion;
+  if (!isForeignWord(word) && !isPath(word)) suggestion = didYouMean(word, commandNames());
+  if (suggestion.empty()) suggestion = didYouMean(equivalentOf(operands));
+  if (suggestion.empty() && isPath(word)) return;
+  if (suggestion.empty()) suggestion = std::string(" (see ") + kProgram + " --help)";
+  throw Failure(code, inputName(word) + ": no such file or command" + suggestion);
+}
+
+/// `operands` are those of a command line that names no command, otherwise none.
 [[noreturn]] void refuse(const CLI::App& app, const CLI::ParseError& error,
-                         const std::string& word) {
+                         const std::vector<std::string>& operands) {
   const CLI::App& command = *app.get_subcommands().front();
   const std::vector<std::string> extras = command.remaining();
   const std::string see = "; see " + std::string(kProgram) + ' ' + command.get_name() + " --help";
@@ -203,12 +240,10 @@ bool isPath(const std::string& word) {
   if (is<CLI::ExtrasError>(error) || is<CLI::RequiredError>(error)) {
     const auto option = std::find_if(extras.begin(), extras.end(), isOption);
     if (option != extras.end()) {
-      throw Failure(kUsage,
-                    explainOption(app, command, option->substr(0, option->find('='))) + see);
+      const std::string name = option->substr(0, option->find('='));
+      throw Failure(kUsage, explainOption(app, command, name, equivalentOf(operands)) + see);
     }
-    if (!word.empty() && !isPath(word) && isMissing(word)) {
-      throw Failure(kUsage, word + ": no such command (see " + kProgram + " --help)");
-    }
+    refuseUnknownWord(operands, kUsage);
     throw Failure(
         kUsage, (extras.empty() ? error.what() : "too many arguments: " + extras.front()) + usage);
   }
@@ -219,32 +254,6 @@ void refuseIdleTerminal(const std::vector<std::string>& arguments) {
   if (arguments.empty() && ::isatty(STDIN_FILENO) == 1) {
     throw Failure(kUsage, "no input: name a file, or - for the terminal (see vexo-variant --help)");
   }
-}
-
-/// Without a command word the operands are files. A key chain in the place of the first one, also
-/// as other programs write it, lacks its command.
-void refuseForgottenGet(const Options& options) {
-  const std::string& word = options.input;
-  if (word != "." && !isMissing(word)) return;
-  const bool isFileName =
-      word.starts_with("./") || word.starts_with("../") || formatByExtension(word) != nullptr;
-  const bool isChain = word.starts_with('.') && !isFileName;
-  const bool hasOutput = options.output != kStandardStream;
-  const bool hasFile = hasOutput && !isMissing(options.output);
-  const bool mayBeChain = isChain || (hasFile && word.find('.') == std::string::npos);
-  if (!mayBeChain || hasOutput != hasFile) return;
-  throw missingFile(word, inputName(word) + (hasFile ? ' ' + options.output : ""));
-}
-
-/// A word that is neither a file nor a command was perhaps to be one of them.
-void refuseUnknownWord(const Options& options) {
-  const std::string& word = options.input;
-  if (word == kStandardStream || commandNamed(word) != nullptr) return;
-  const std::string suggestion = isPath(word) ? std::string() : didYouMean(word, commandNames());
-  if (suggestion.empty()) refuseForgottenGet(options);
-  if (isPath(word) || !isMissing(word)) return;
-  throw Failure(kInputOutput, inputName(word) + ": no such file or command" +
-                                  (suggestion.empty() ? " (see vexo-variant --help)" : suggestion));
 }
 
 void print(const std::string& text) { writeOutput(std::string(kStandardStream), text); }
@@ -261,14 +270,14 @@ int runCommandLine(int count, char** values) {
   app.require_subcommand(1);
   Options options;
   int result = kDone;
-  bool isNamed = false;
+  std::vector<std::string> operands;  // when the command line names no command
   for (const Command& command : commands()) {
     CLI::App* subcommand = app.add_subcommand(command.name, command.description);
     subcommand->group("Commands");
     subcommand->set_version_flag("-V,--version", kVersion, "show the version");
     command.declare(*subcommand, options);
     subcommand->final_callback([&] {
-      if (!isNamed) refuseUnknownWord(options);
+      refuseUnknownWord(operands, kInputOutput);
       result = command.run(options);
     });
   }
@@ -276,9 +285,8 @@ int runCommandLine(int count, char** values) {
 
   std::vector<std::string> arguments(values + 1, values + count);
   refuseIdleTerminal(arguments);
-  const auto first = firstWord(app, arguments);
-  const std::string word = first == arguments.end() ? std::string() : *first;
-  isNamed = putCommandFirst(app, arguments);
+  operands = wordsOf(app, arguments);
+  if (putCommandFirst(app, arguments)) operands.clear();
   std::reverse(arguments.begin(), arguments.end());  // as CLI11 takes them
   try {
     app.parse(arguments);
@@ -287,7 +295,7 @@ int runCommandLine(int count, char** values) {
   } catch (const CLI::CallForVersion& version) {
     print(version.what());
   } catch (const CLI::ParseError& error) {
-    refuse(app, error, isNamed ? std::string() : word);
+    refuse(app, error, operands);
   }
   return result;
 }

@@ -4,20 +4,24 @@
 #include <unistd.h>
 
 #include <CLI/Validators.hpp>
+#include <algorithm>
 #include <cstdlib>
 #include <filesystem>
 #include <new>
 #include <string_view>
 #include <utility>
 
+#include "chains.h"
 #include "colour.h"
 #include "diff.h"
 #include "formats.h"
+#include "habits.h"
 #include "io.h"
 #include "report.h"
 #include "suggestion.h"
 #include "survey.h"
 #include "vexo_utils/time.h"
+#include "vexo_variant/text_error.h"
 
 namespace tool {
 
@@ -81,6 +85,7 @@ void addWriting(CLI::App& app, Options& options) {
   addFlag(app, "-c,--compact", options.formatting.compact, "JSON on one line");
   addValue(app, "--kvp-separator", "TEXT", options.formatting.kvpSeparator,
            "KVP output: what stands between key and value, = by default");
+  addFlag(app, "--force", options.force, "binary output even to a terminal");
   addColour(app, options);
 }
 
@@ -94,17 +99,25 @@ struct Input {
         format(formatOf(path, options, source)) {}
 
   Variant read(const Options& options) {
-    Variant value;
     const std::string bytes = source.readAll(format.maxInput);
-    try {
-      format.read(bytes, options.formatting, value, reporter);
-    } catch (const Failure& failure) {
-      throw Failure(failure.code(), failure.what() + adviceAbout(bytes, options));
-    }
+    Variant value = decode(bytes, options);
     if (options.inPlace && format.hasComments != nullptr && format.hasComments(bytes)) {
       reporter.warn("comments are not kept");
     }
     return value;
+  }
+
+  /// Reads without keeping anything, and warns of names that come twice.
+  void check(const Options& options) {
+    const std::string bytes = source.readAll(format.maxInput);
+    decode(bytes, options);
+    if (format.repeats == nullptr || options.quiet) return;
+    const std::vector<Repeat> repeats = format.repeats(bytes);
+    for (std::size_t i = 0; i < std::min<std::size_t>(repeats.size(), kShownWarnings); ++i) {
+      const TextPosition place = locateText(bytes.data(), bytes.size(), repeats[i].offset);
+      reporter.warnAt(place.line, place.column, "repeated name " + std::string(repeats[i].name));
+    }
+    reporter.warnOfMore(repeats.size(), "repeated names");
   }
 
   const Reporter reporter;
@@ -112,6 +125,16 @@ struct Input {
   const Format& format;
 
  private:
+  Variant decode(const std::string& bytes, const Options& options) const {
+    Variant value;
+    try {
+      format.read(bytes, options.formatting, value, reporter);
+    } catch (const Failure& failure) {
+      throw Failure(failure.code(), failure.what() + adviceAbout(bytes, options));
+    }
+    return value;
+  }
+
   /// Where the extension has decided on a text format, the content may be BIN after all.
   std::string adviceAbout(std::string_view bytes, const Options& options) const {
     const bool isBin = format.content != Content::kBinary && formatByName("bin")->matches(bytes);
@@ -146,6 +169,14 @@ std::string harmless(std::string text) {
   return text;
 }
 
+/// Bytes that are no text may leave a terminal in any state.
+void printBytes(const Options& options, std::string_view bytes) {
+  if (isTerminal() && !options.force) {
+    throw Failure(kUsage, "<stdout> is a terminal: redirect binary output, or say --force");
+  }
+  print(bytes);
+}
+
 void printText(std::string text) { print(harmless(std::move(text))); }
 
 void printAsLine(std::string text) { printText(std::move(text += '\n')); }
@@ -159,8 +190,10 @@ void printTree(const Options& options, std::string text, TextKind kind) {
 void deliver(const Options& options, const std::string& path, const Format& format,
              const Variant& value, const Reporter& reporter) {
   std::string bytes = format.write(value, options.formatting, reporter);
-  if (path != kStandardStream || format.content == Content::kBinary) {
+  if (path != kStandardStream) {
     writeOutput(path, bytes);
+  } else if (format.content == Content::kBinary) {
+    printBytes(options, bytes);
   } else if (format.content == Content::kJson) {
     printTree(options, std::move(bytes), TextKind::kJson);
   } else {
@@ -249,22 +282,25 @@ const Variant* findChain(const Variant& root, const std::string& chain) {
 
 int reportMissing(const Variant& root, const Options& options, const Reporter& reporter) {
   if (!options.fallback) {
-    reporter.fail(kNotFound,
-                  "no member " + options.chain + didYouMean(similarChain(root, options.chain)));
+    std::string similar = similarChain(root, options.chain);
+    if (similar.empty() && options.chain.starts_with('.')) {
+      similar = similarChain(root, chainOfPath(options.chain));
+    }
+    reporter.fail(kNotFound, "no member " + options.chain + didYouMean(similar));
   }
   printAsLine(*options.fallback);
   return kDone;
 }
 
 /// The types that have a raw form; false for all others.
-bool printRaw(const Variant& value) {
+bool printRaw(const Options& options, const Variant& value) {
   if (value == V_STRING) {
     printAsLine(value);
   } else if (value == V_TIMESTAMP) {
     printAsLine(vexo::utils::timevalToString(&static_cast<const timeval&>(value)));
   } else if (value == V_BINARY) {
     const VariantBuffer* buffer = value;
-    print({reinterpret_cast<const char*>(buffer->data), buffer->size});
+    printBytes(options, {reinterpret_cast<const char*>(buffer->data), buffer->size});
   } else {
     return false;
   }
@@ -275,23 +311,23 @@ bool isNullOrFalse(const Variant& value) {
   return value == V_NULL || (value == V_BOOL && !static_cast<bool>(value));
 }
 
-/// Whether an input may be there; "." is a directory, and a key chain.
-bool isInput(const std::string& path) {
-  std::error_code noneSuch;
-  return !isMissing(path) && !std::filesystem::is_directory(path, noneSuch);
+/// The operands may stand the wrong way round.
+void refuseSwapped(const Options& options) {
+  if (isInput(options.input) || !isMissing(options.input) || !isInput(options.chain)) return;
+  const Equivalent meant = equivalentOf({options.input, options.chain});
+  throw Failure(kInputOutput, inputName(options.input) + ": no such file" + didYouMean(meant));
 }
 
 int runGet(const Options& options) {
-  if (options.input != kStandardStream && isMissing(options.input) && isInput(options.chain)) {
-    throw missingFile(options.input, inputName(options.input) + ' ' + options.chain);
-  }
+  refuseMisleadingChain(options.chain);
+  refuseSwapped(options);
   Input input(options.input, options);
   const std::string path(kStandardStream);
   const Format& format = outputFormat(options, path, nullptr);
   const Variant value = input.read(options);
   const Variant* found = findChain(value, options.chain);
   if (found == nullptr) return reportMissing(value, options, input.reporter);
-  if (!options.raw || !printRaw(*found)) {
+  if (!options.raw || !printRaw(options, *found)) {
     deliver(options, path, format, *found, input.reporter);
   }
   return options.exitStatus && isNullOrFalse(*found) ? kNotFound : kDone;
@@ -329,7 +365,7 @@ void declareCheck(CLI::App& app, Options& options) {
 /// The exit code for one file; says what is wrong with it.
 int checkFile(const std::string& path, const Options& options) {
   try {
-    Input(path, options).read(options);
+    Input(path, options).check(options);
     return kDone;
   } catch (const Failure& failure) {
     printLine(failure.what());
@@ -358,11 +394,6 @@ constexpr Command kCommands[] = {
 };
 
 }  // namespace
-
-Failure missingFile(const std::string& path, const std::string& operandsOfGet) {
-  return {kInputOutput,
-          inputName(path) + ": no such file" + didYouMean("vexo-variant get " + operandsOfGet)};
-}
 
 std::span<const Command> commands() { return kCommands; }
 

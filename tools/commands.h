@@ -27,6 +27,7 @@ struct Options {
   bool inPlace = false;
   bool raw = false;
   bool exitStatus = false;
+  bool force = false;  ///< bytes that are no text go to a terminal too
   bool colour = false;
   bool monochrome = false;
   bool quiet = false;
@@ -44,9 +45,6 @@ struct Command {
 
 /// The first one is meant when none is named.
 std::span<const Command> commands();
-
-/// For a file that is not there, where `get` with these operands was perhaps meant.
-Failure missingFile(const std::string& path, const std::string& operandsOfGet);
 
 }  // namespace tool
 

@@ -128,21 +128,17 @@ class SkippedLines : public ErrorListener {
 
   void hear(const char* message) override {
     std::string_view rest = message;
-    if (!rest.starts_with(kMessage) || count_++ >= kShown) return;
+    if (!rest.starts_with(kMessage) || count_++ >= kShownWarnings) return;
     rest.remove_prefix(kMessage.size());
     std::uint64_t index = 0;
     std::from_chars(rest.data(), rest.data() + rest.size(), index);
     reporter_.warnAt(index + 1, "line without '=' skipped");
   }
-  void warnOfOthers() const {
-    if (count_ <= kShown) return;
-    reporter_.warn(std::to_string(count_ - kShown) + " more lines without '=' skipped");
-  }
+  void warnOfOthers() const { reporter_.warnOfMore(count_, "lines without '=' skipped"); }
 
  private:
   static constexpr std::string_view kMessage =
       "Invalid line detected. Line number (starting from 0): ";
-  static constexpr std::uint64_t kShown = 5;
 
   const Reporter& reporter_;
   std::uint64_t count_ = 0;
@@ -191,8 +187,24 @@ constexpr std::uint64_t kMaxJson = std::numeric_limits<std::int32_t>::max();
 
 /// In the order in which content is matched.
 constexpr Format kFormats[] = {
-    {"bin", {".bin"}, Content::kBinary, kMaxCount, matchesBin, decodeBin, encodeBin, nullptr},
-    {"toml", {".toml"}, Content::kText, kMaxCount, looksLikeToml, decodeToml, nullptr, nullptr},
+    {"bin",
+     {".bin"},
+     Content::kBinary,
+     kMaxCount,
+     matchesBin,
+     decodeBin,
+     encodeBin,
+     nullptr,
+     nullptr},
+    {"toml",
+     {".toml"},
+     Content::kText,
+     kMaxCount,
+     looksLikeToml,
+     decodeToml,
+     nullptr,
+     nullptr,
+     repeatedTomlKeys},
     {"kvp",
      {".kvp"},
      Content::kText,
@@ -200,7 +212,8 @@ constexpr Format kFormats[] = {
      looksLikeKvp,
      decodeKvp,
      encodeKvp,
-     hasKvpComments},
+     hasKvpComments,
+     repeatedKvpKeys},
     {"json",
      {".json", ".jsonc"},
      Content::kJson,
@@ -208,8 +221,9 @@ constexpr Format kFormats[] = {
      matchesAnything,
      decodeJson,
      encodeJson,
-     hasJsonComments},
-    {"amf", {".amf"}, Content::kBinary, 0, nullptr, nullptr, encodeAmf, nullptr},
+     hasJsonComments,
+     repeatedJsonNames},
+    {"amf", {".amf"}, Content::kBinary, 0, nullptr, nullptr, encodeAmf, nullptr, nullptr},
 };
 
 constexpr char kLetterCase = 'a' - 'A';

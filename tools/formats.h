@@ -8,6 +8,7 @@
 #include <string_view>
 #include <vector>
 
+#include "repeats.h"
 #include "report.h"
 #include "vexo_variant/variant.h"
 
@@ -41,6 +42,8 @@ struct Format {
 
   /// Whether an input that was read has comments, which no output keeps; null: never.
   bool (*hasComments)(std::string_view input);
+  /// The names that an input that was read gives more than once; null: never.
+  std::vector<Repeat> (*repeats)(const std::string& input);
 
   /// These end the command for a format that lacks the direction; `path` is the file concerned.
   const Format& readable(const std::string& path) const;

@@ -7,6 +7,8 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <filesystem>
+#include <system_error>
 #include <utility>
 
 #include "vexo_utils/file.h"
@@ -60,6 +62,12 @@ std::string inputName(const std::string& path) {
 
 bool isMissing(const std::string& path) {
   return ::access(path.c_str(), F_OK) != 0 && errno == ENOENT;
+}
+
+bool isInput(const std::string& path) {
+  std::error_code noneSuch;
+  return path == kStandardStream ||
+         (!isMissing(path) && !std::filesystem::is_directory(path, noneSuch));
 }
 
 Source::Source(const std::string& path, const Reporter& reporter)

@@ -19,6 +19,9 @@ std::string inputName(const std::string& path);
 /// Whether there is nothing under this path: not that it cannot be read, or not be told.
 bool isMissing(const std::string& path);
 
+/// Whether an input may be there, which a directory is not.
+bool isInput(const std::string& path);
+
 /// An input that is open. Failures to open and to read end the command.
 class Source {
  public:

@@ -42,13 +42,16 @@ void printLine(std::string_view message) noexcept {
       ::write(STDERR_FILENO, line.data(), static_cast<std::size_t>(end - line.data()));
 }
 
+std::string Reporter::placeOf(std::uint64_t line, std::uint64_t column) const {
+  return name_ + ":" + std::to_string(line) + ":" + std::to_string(column) + ": ";
+}
+
 void Reporter::fail(ExitCode code, const std::string& message) const {
   throw Failure(code, name_ + ": " + message);
 }
 
 void Reporter::failAt(std::uint64_t line, std::uint64_t column, const std::string& reason) const {
-  throw Failure(kNotParsed,
-                name_ + ":" + std::to_string(line) + ":" + std::to_string(column) + ": " + reason);
+  throw Failure(kNotParsed, placeOf(line, column) + reason);
 }
 
 void Reporter::warn(const std::string& message) const {
@@ -57,6 +60,14 @@ void Reporter::warn(const std::string& message) const {
 
 void Reporter::warnAt(std::uint64_t line, const std::string& message) const {
   if (!quiet_) printLine("warning: " + name_ + ":" + std::to_string(line) + ": " + message);
+}
+
+void Reporter::warnAt(std::uint64_t line, std::uint64_t column, const std::string& message) const {
+  if (!quiet_) printLine("warning: " + placeOf(line, column) + message);
+}
+
+void Reporter::warnOfMore(std::uint64_t count, const std::string& what) const {
+  if (count > kShownWarnings) warn(std::to_string(count - kShownWarnings) + " more " + what);
 }
 
 }  // namespace tool

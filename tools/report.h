@@ -39,6 +39,9 @@ void makePrintable(std::span<char> text, std::string_view kept = {}) noexcept;
 /// cut off. Needs no memory.
 void printLine(std::string_view message) noexcept;
 
+/// How many warnings of a kind are given, so that they can be read.
+inline constexpr std::uint64_t kShownWarnings = 5;
+
 /// Failures and warnings about one input, which is named in front of each.
 class Reporter {
  public:
@@ -50,8 +53,13 @@ class Reporter {
                            const std::string& reason) const;
   void warn(const std::string& message) const;
   void warnAt(std::uint64_t line, const std::string& message) const;
+  void warnAt(std::uint64_t line, std::uint64_t column, const std::string& message) const;
+  /// Where `count` warnings of a kind were due, of which kShownWarnings were given.
+  void warnOfMore(std::uint64_t count, const std::string& what) const;
 
  private:
+  std::string placeOf(std::uint64_t line, std::uint64_t column) const;
+
   std::string name_;
   bool quiet_;
 };

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <iterator>
 #include <numeric>
 #include <optional>
 #include <vector>
@@ -76,11 +77,21 @@ std::optional<std::int64_t> integerKey(std::string_view text) {
   return key;
 }
 
+/// What -1 and so on are in programs that count from the last element.
+std::optional<std::int64_t> fromEnd(const Variant& map, std::int64_t key) {
+  if (key >= 0 || map.NumericKeysCount() == 0) return std::nullopt;
+  const std::int64_t last = std::prev(map.num_end())->first;
+  if (last < 0) return std::nullopt;
+  return last - (-1 - key);
+}
+
 /// The component of a key chain that leads from a map to a member whose name is like `part`; empty
 /// when there is none.
 std::string similarComponent(const Variant& map, std::string_view part) {
   const auto key = integerKey(part);
-  if (key && map.HasKey(*key)) return '[' + std::to_string(*key) + ']';
+  for (const auto& candidate : {key, key ? fromEnd(map, *key) : key}) {
+    if (candidate && map.HasKey(*candidate)) return '[' + std::to_string(*candidate) + ']';
+  }
   if (map.HasKey(std::string(part), true)) return std::string(part);
   Closest closest(part);
   std::size_t count = 0;

@@ -19,8 +19,8 @@ std::string didYouMean(const std::string& word);
 std::string didYouMean(std::string_view word, const std::vector<std::string>& candidates);
 
 /// A key chain that leads somewhere and was perhaps meant by one that leads nowhere: with slashes
-/// for dots, brackets around integer keys, other letter case, a letter corrected. Empty when there
-/// is none.
+/// for dots, brackets around integer keys, an index counted from the end, other letter case, a
+/// letter corrected. Empty when there is none.
 std::string similarChain(const vexo::variant::Variant& root, std::string_view chain);
 
 }  // namespace tool

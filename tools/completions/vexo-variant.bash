@@ -52,7 +52,7 @@ _vexo_variant() {
       options+=' -C --colour --color -M --monochrome'
     fi
     if [[ $command == @(|convert|get) ]]; then
-      options+=' -o --output-format -c --compact --kvp-separator'
+      options+=' -o --output-format -c --compact --kvp-separator --force'
     fi
     if [[ $command == @(|convert) ]]; then
       options+=' -i --in-place'

@@ -35,6 +35,7 @@ complete -c vexo-variant -n 'not __vexo_variant_command check' -s M -l monochrom
 
 complete -c vexo-variant -n '__vexo_variant_command convert get' -s o -l output-format -x -a 'bin json kvp amf' -d 'format of the output'
 complete -c vexo-variant -n '__vexo_variant_command convert get' -s c -l compact -d 'JSON on one line'
+complete -c vexo-variant -n '__vexo_variant_command convert get' -l force -d 'binary output even to a terminal'
 complete -c vexo-variant -n '__vexo_variant_command convert get' -l kvp-separator -x -d 'KVP output: what stands between key and value'
 
 complete -c vexo-variant -n '__vexo_variant_command convert' -s i -l in-place -d 'write back to the input'
