@@ -71,7 +71,7 @@ void JsonWriter::indentName(const Variant& value) {
   indent();
   if (!layout_.withTypes || isMap(value)) return;
   output_.put('(');
-  output_.put(Variant::VariantTypeToString(static_cast<VariantType>(typeOf(value))));
+  output_.put(Variant::VariantTypeToString(value));
   output_.put(") ");
 }
 

@@ -21,6 +21,10 @@ constexpr bool isUnsignedInteger(std::uint32_t type) { return type >= V_UINT8 &&
 constexpr bool isInteger(std::uint32_t type) {
   return isSignedInteger(type) || isUnsignedInteger(type);
 }
+/// Integers, booleans and null.
+constexpr bool readsAsInteger(std::uint32_t type) {
+  return isInteger(type) || type == V_BOOL || type == V_NULL;
+}
 
 struct TypeInfo {
   std::uint32_t code;
@@ -54,6 +58,11 @@ constexpr const TypeInfo* findType(std::uint32_t code) {
   const std::size_t ordinal = code & 0xFF;
   return code != 0 && ordinal < kTypes.size() && kTypes[ordinal].code == code ? &kTypes[ordinal]
                                                                               : nullptr;
+}
+
+/// The code as callers see it. A wider one is that of a damaged value, and none of theirs.
+constexpr VariantType callersType(std::uint32_t code) {
+  return code <= 0xFFFF ? static_cast<VariantType>(code) : VariantType{};
 }
 
 constexpr bool tableIsInOrder() {

@@ -130,7 +130,7 @@ inline std::uint64_t integerBits(const Variant& value) {
 
 /// An owned buffer of `size` bytes with unspecified content; `data` is null when `size` is 0.
 std::unique_ptr<VariantBuffer> newBuffer(std::uint32_t size);
-/// The record of an owned buffer goes with its bytes.
+/// The record of an owned buffer goes with its bytes; null is nothing.
 void deleteBuffer(VariantBuffer* buffer) noexcept;
 
 /// The member under an integer key, -1 having no special meaning, created as null if there is none;

@@ -144,7 +144,7 @@ class AmfPass : public TreeVisitor<const Variant> {
   bool unsupported(std::uint32_t type) const {
     if (std::is_same_v<Output, ByteWriter>) {
       kLog.error(out_.function(), "variant type not supported by AMF serializer: %s Ignoring it",
-                 Variant::VariantTypeToString(static_cast<VariantType>(type)));
+                 Variant::VariantTypeToString(callersType(type)));
     }
     return false;
   }

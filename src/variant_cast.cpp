@@ -47,7 +47,7 @@ T numberAs(const Variant& value, LogSite site) {
   const std::uint32_t type = typeOf(value);
   if (type == kCodeOf<T>) return load<T>(payloadOf(value));
   if (type == V_DOUBLE) return doubleAs<T>(load<double>(payloadOf(value)));
-  if (!isInteger(type) && type != V_BOOL && type != V_NULL) {
+  if (!readsAsInteger(type)) {
     kLog.violation(site, "Invalid variant type: 0x%04x", type);
   }
   return integerAs<T>(type, integerBits(type, payloadOf(value)));
@@ -60,7 +60,7 @@ const Payload& payloadAs(VariantType type, const Variant& value, LogSite site) {
 
 }  // namespace
 
-Variant::operator VariantType() const noexcept { return static_cast<VariantType>(type_); }
+Variant::operator VariantType() const noexcept { return callersType(type_); }
 
 Variant::operator bool() const noexcept {
   if (type_ == V_DOUBLE) return payload_.bits != 0;

@@ -20,10 +20,12 @@ bool equalTimes(const timeval& a, const timeval& b) {
 /// Compares anything but maps; numbers in the domain of the left value.
 bool equalLeaves(const Variant& left, const Variant& right) {
   const std::uint32_t type = typeOf(left);
-  if (type == typeOf(right) && !isHeapType(type)) {  // the bytes behind a narrow number are all 0
-    return type == V_DOUBLE
-               ? load<double>(payloadOf(left)) == load<double>(payloadOf(right))
-               : load<std::uint64_t>(payloadOf(left)) == load<std::uint64_t>(payloadOf(right));
+  if (type == typeOf(right) && !isHeapType(type)) {
+    if (type == V_DOUBLE) return load<double>(payloadOf(left)) == load<double>(payloadOf(right));
+    if (!readsAsInteger(type)) return false;
+    // The bytes behind a narrow number do not count, but mostly they are equal as well.
+    return load<std::uint64_t>(payloadOf(left)) == load<std::uint64_t>(payloadOf(right)) ||
+           integerBits(left) == integerBits(right);
   }
   if (isInteger(type) && isInteger(typeOf(right))) return integerBits(left) == integerBits(right);
   if (type == V_DOUBLE) return right == load<double>(payloadOf(left));

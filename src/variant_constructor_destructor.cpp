@@ -81,7 +81,7 @@ class Copier : public TreeVisitor<const Variant> {
   Variant* target_;
 };
 
-/// Releases the record of anything but a map.
+/// Releases the record of anything but a map; null is none.
 void releaseLeaf(std::uint32_t type, const Payload& payload) {
   switch (type) {
     case V_TIMESTAMP:
@@ -130,6 +130,7 @@ class DoomedMaps {
   static_assert(sizeof(Link) <= sizeof(std::string) && alignof(Link) <= alignof(std::string));
 
   void add(VariantMap* map) noexcept {
+    if (map == nullptr) return;
     std::destroy_at(&map->typeName);
     ::new (static_cast<void*>(&map->typeName)) Link{first_};
     first_ = map;
@@ -148,6 +149,7 @@ std::unique_ptr<VariantBuffer> newBuffer(std::uint32_t size) {
 }
 
 void deleteBuffer(VariantBuffer* buffer) noexcept {
+  if (buffer == nullptr) return;
   if (buffer->external == 0) delete[] buffer->data;
   delete buffer;
 }

@@ -49,7 +49,18 @@ struct Compactor : TreeVisitor<Variant> {
 
 // --- Stringification -----------------------------------------------------------------------------
 
-/// Moves the integer-keyed members to string keys.
+/// Makes buffers into what a copy of them would be: the owner of their bytes, even of none.
+struct BufferOwner : TreeVisitor<Variant> {
+  bool leaf(Variant& value) {
+    if (typeOf(value) != V_BINARY) return true;
+    const VariantBuffer& buffer = *payloadOf(value).buffer;
+    if (buffer.external != 0 || buffer.data == nullptr) value = Variant(std::as_const(value));
+    return true;
+  }
+};
+
+/// Moves the integer-keyed members to string keys. What they hold shall be as if it was copied;
+/// unless all of it is text by then, see to its buffers first.
 void stringifyKeysOf(VariantMap& map) {
   IntegerBuffer buffer;
   for (auto& member : map.numericKeys) {
@@ -276,7 +287,10 @@ Variant& Variant::Stringify(bool stringifyKeys, bool stringifyValues) {
     Stringifier stringifier(stringifyKeys);
     walkTree(*this, stringifier);
   } else if (stringifyKeys && isMap(*this)) {
-    stringifyKeysOf(mapOf(*this));
+    VariantMap& map = mapOf(*this);
+    BufferOwner owner;
+    for (auto& member : map.numericKeys) walkTree(member.second, owner);
+    stringifyKeysOf(map);
   }
   return *this;
 }

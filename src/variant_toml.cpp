@@ -22,16 +22,16 @@ namespace toml = vexo::parsers::toml;
 
 constexpr LogArea kLog{"src/variant_toml"};
 
-enum class FrameKind : std::uint32_t {
-  kDocument = 1,
-  kKeyValue = 2,
-  kKey = 3,
-  kArray = 5,
-  kInlineTable = 6,
-  kTableHeader = 7,
-  kTable = 8,
-  kArrayTableHeader = 9,
-  kArrayTableElement = 10,
+/// What a frame stands for, as far as it decides which calls may come next.
+enum class FrameKind {
+  kTable,        // the document, or what its last header names
+  kHeader,       // of a table
+  kArrayHeader,  // of an array of tables
+  kKeyValue,
+  kKey,
+  kValue,  // a key/value pair whose value has begun
+  kArray,
+  kInlineTable,
 };
 
 /// A construct that is being visited.
@@ -71,43 +71,60 @@ class TokenLocator {
 };
 
 /// Members never move, so that the frames may point to them while others are added. A key that
-/// cannot be resolved sets `failed`; the walk goes on to its end, and the tree is thrown away.
+/// cannot be resolved sets `failed`; the walk goes on to its end, and the tree is thrown away. The
+/// walk may be that of another library: the first call out of order sets `failed` as well, and no
+/// call has any effect from there on.
 class TomlVariantBuilder : public toml::ITomlTreeVisitor {
  public:
   /// With a locator, conflict() is known.
   explicit TomlVariantBuilder(TokenLocator* locator) : locator_(locator) {}
 
-  bool failed() const { return failed_; }
+  /// Whether there is no tree of a whole document.
+  bool failed() const { return failed_ || !isMap(root_) || !frames_.empty(); }
   /// The offset of the first key that could not be resolved, or kNoOffset.
   std::size_t conflict() const { return conflict_; }
   Variant& root() { return root_; }
 
   void enterDocument() override {
+    if (!isInOrder(!isMap(root_))) return;
     root_.IsArray(false);
-    push(FrameKind::kDocument, root_);
+    push(FrameKind::kTable, root_);
   }
-  void leaveDocument() override { pop(); }
+  void leaveDocument() override {
+    if (isIn(FrameKind::kTable)) frames_.clear();
+  }
 
-  void enterKeyValue() override { push(FrameKind::kKeyValue, node()); }
-  void leaveKeyValue() override { pop(); }
+  void enterKeyValue() override {
+    if (isInOrder(at(FrameKind::kTable) || at(FrameKind::kInlineTable))) {
+      push(FrameKind::kKeyValue, node());
+    }
+  }
+  void leaveKeyValue() override { leave(FrameKind::kValue); }
 
-  void enterStdTable() override { enterHeader(FrameKind::kTableHeader); }
+  void enterStdTable() override { enterHeader(FrameKind::kHeader); }
   void leaveStdTable() override {
+    if (!isInOrder(at(FrameKind::kHeader) && top().key)) return;
     const BuilderFrame header = pop();
     Variant* const table = getOrAddTable(*header.node, *header.key);
     push(FrameKind::kTable, orFail(table, *header.node));
   }
 
-  void enterArrayTable() override { enterHeader(FrameKind::kArrayTableHeader); }
+  void enterArrayTable() override { enterHeader(FrameKind::kArrayHeader); }
   void leaveArrayTable() override {
+    if (!isInOrder(at(FrameKind::kArrayHeader) && top().key)) return;
     const BuilderFrame header = pop();
     Variant* const array = getOrAddArray(*header.node, *header.key);
-    push(FrameKind::kArrayTableElement,
+    push(FrameKind::kTable,
          orFail(array != nullptr ? appendMember(*array) : nullptr, *header.node));
   }
 
-  void enterKey() override { push(FrameKind::kKey, node()); }
+  void enterKey() override {
+    const bool mayHaveKey =
+        at(FrameKind::kKeyValue) || at(FrameKind::kHeader) || at(FrameKind::kArrayHeader);
+    if (isInOrder(mayHaveKey && !top().key)) push(FrameKind::kKey, node());
+  }
   void leaveKey() override {
+    if (!isInOrder(at(FrameKind::kKey) && top().key)) return;
     BuilderFrame key = pop();
     top().node = key.node;
     top().key = std::move(key.key);
@@ -116,9 +133,9 @@ class TomlVariantBuilder : public toml::ITomlTreeVisitor {
   void visitQuotedKey(const char* text) override { addKeyPart(toml::unquote(seen(text))); }
 
   void enterArray() override { enterContainer(FrameKind::kArray); }
-  void leaveArray() override { pop(); }
+  void leaveArray() override { leave(FrameKind::kArray); }
   void enterInlineTable() override { enterContainer(FrameKind::kInlineTable); }
-  void leaveInlineTable() override { pop(); }
+  void leaveInlineTable() override { leave(FrameKind::kInlineTable); }
 
   void visitBasicString(const char* text) override { storeText(toml::unquote(seen(text), "\"")); }
   void visitMultilineBasicString(const char* text) override {
@@ -137,6 +154,27 @@ class TomlVariantBuilder : public toml::ITomlTreeVisitor {
   void visitLocalTime(const char* text) override { storeText(seen(text)); }
 
  private:
+  // --- Order ---
+
+  bool at(FrameKind kind) const { return !frames_.empty() && frames_.back().kind == kind; }
+  /// Whether the call may come now. After one that may not there are no frames, and a root.
+  bool isInOrder(bool fits) {
+    if (fits) return true;
+    failed_ = true;
+    frames_.clear();
+    root_.IsArray(false);
+    return false;
+  }
+  bool isIn(FrameKind kind) { return isInOrder(at(kind)); }
+  /// A value begins. It is the only one behind a key.
+  bool takesValue() {
+    if (at(FrameKind::kKeyValue) && top().key) {
+      top().kind = FrameKind::kValue;
+      return true;
+    }
+    return isIn(FrameKind::kArray);
+  }
+
   // --- Frames ---
 
   BuilderFrame& top() { return frames_.back(); }
@@ -146,6 +184,9 @@ class TomlVariantBuilder : public toml::ITomlTreeVisitor {
     BuilderFrame frame = std::move(top());
     frames_.pop_back();
     return frame;
+  }
+  void leave(FrameKind kind) {
+    if (isIn(kind)) frames_.pop_back();
   }
 
   /// The member found, or, where there is none, what takes its place while the walk goes on.
@@ -158,8 +199,9 @@ class TomlVariantBuilder : public toml::ITomlTreeVisitor {
 
   // --- Places ---
 
-  /// Every token passes here, so that the locator can follow.
+  /// Every token passes here, so that the locator can follow. Null is none.
   const char* seen(const char* token) {
+    if (!isInOrder(token != nullptr)) return "";
     if (locator_ != nullptr) tokenAt_ = locator_->locate(token);
     return token;
   }
@@ -168,12 +210,14 @@ class TomlVariantBuilder : public toml::ITomlTreeVisitor {
 
   /// Every header starts again from the document; the table of the header before is done.
   void enterHeader(FrameKind kind) {
-    while (top().kind != FrameKind::kDocument) pop();
+    if (!isIn(FrameKind::kTable)) return;
+    frames_.erase(frames_.begin() + 1, frames_.end());
     push(kind, node());
   }
 
   /// All parts of a dotted key but the last one are tables.
   void addKeyPart(std::string part) {
+    if (!isIn(FrameKind::kKey)) return;
     if (top().key) {
       Variant& parent = node();
       top().node = &orFail(getOrAddTable(parent, *top().key), parent);
@@ -237,6 +281,7 @@ class TomlVariantBuilder : public toml::ITomlTreeVisitor {
   }
 
   void enterContainer(FrameKind kind) {
+    if (!takesValue()) return;
     Variant* const container = findContainer();
     if (container != nullptr) container->IsArray(kind == FrameKind::kArray);
     push(kind, orFail(container, node()));
@@ -254,6 +299,7 @@ class TomlVariantBuilder : public toml::ITomlTreeVisitor {
   void store(const Held& held) {
     Variant value;
     put(value, held);
+    if (!takesValue()) return;
     if (top().kind != FrameKind::kArray) {
       memberAt(node(), *top().key) = std::move(value);
     } else if (Variant* const element = appendMember(node())) {

@@ -212,8 +212,19 @@ TEST(Stringify, ConvertsKeysAndValues) {
   Variant value = typedMap();
   value["1"] = parsed("[1]");
   value[1] = "an integer key wins over an equal string key";
+  std::uint8_t byte = 1;
+  for (const char* key : {"a", "2"}) value[key][-1] = Variant(&byte, 1, true);
+  value[2][-1] = Variant(&byte, 1, true);  // in place of the "2" of above
+  value[2][-1] = Variant(&byte, 0, false);
   value.Stringify(true, false);
-  EXPECT_TRUE(shape(value) == "map; 1 a" && value["1"] == V_STRING);
+  EXPECT_TRUE(shape(value) == "map; 1 2 a" && value["1"] == V_STRING);
+  const auto bytesOf = [](const Variant& buffer) {
+    return buffer.operator const VariantBuffer*()->data;
+  };
+  byte = 2;  // what got a string key was copied, all else stays
+  EXPECT_EQ(*bytesOf(value["a"][0]), 2);
+  EXPECT_EQ(*bytesOf(value["2"][0]), 1);
+  EXPECT_NE(bytesOf(value["2"][1]), nullptr);
   EXPECT_EQ(Variant("a\"b").ToString(), "(STRING) \"a\"b\"");
 }
 

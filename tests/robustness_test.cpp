@@ -84,7 +84,10 @@ const Operation kOperations[] = {
        for (int i = 0; i < 20; ++i) v["list"][-1] = i; }},
     {"remove",          0, [](V v, In) { v["sub"].RemoveValue("x", true), v[3].RemoveValue(1); }},
     {"stringify",       0, [](V v, In) { v.Stringify(true, true); }},
-    {"stringify keys",  0, [](V v, In) { v[3].Stringify(true, false); }},
+    {"stringify keys",  0, [](V v, In) {
+       static std::uint8_t bytes[3] = {};
+       v["sub"][7] = Variant(bytes, 3, true);
+       v[9] = std::move(v["sub"]), v.Stringify(true, false); }},
     {"stringify to it", 0, [](V v, In in) { in.tree.Stringify(v, true, true); }},
     {"compact",         kSame, [](V v, In) { v.Compact(); }},
     {"validate",        0, [](V v, In) {

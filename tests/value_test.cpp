@@ -1,7 +1,9 @@
 // Values: what they hold and own, how they are read and compared.
+#include <bit>
 #include <cstring>
 
 #include "host.h"
+#include "vexo_variant/lookup.h"
 
 namespace vexo::variant {
 namespace {
@@ -38,6 +40,12 @@ T payload(const Variant& value) {
   T field;
   std::memcpy(&field, reinterpret_cast<const char*>(&value) + kPayloadAt, sizeof field);
   return field;
+}
+
+/// Gives a value a type and a payload that no constructor would; it gets rid of neither.
+void forge(V value, std::uint32_t type, U64 payload = 0) {
+  std::memcpy(reinterpret_cast<char*>(&value) + kPointer, &type, sizeof type);
+  std::memcpy(reinterpret_cast<char*>(&value) + kPayloadAt, &payload, sizeof payload);
 }
 
 TEST(Value, TypeCodesHaveNames) {
@@ -81,9 +89,17 @@ void expectStored(bool isSigned = std::is_signed_v<T>) {
     EXPECT_FALSE(made != value || value != made || made == T(value ^ 1));
     const auto wide = isSigned ? I64{std::make_signed_t<T>(value)} : static_cast<I64>(value);
     const auto bits = static_cast<U64>(wide);
-    expectReads(made, static_cast<int>(bits), static_cast<unsigned>(bits), wide, bits);
-    EXPECT_EQ(made.operator double(), isSigned ? double(wide) : double(bits));
-    EXPECT_EQ(made.operator bool(), bits != 0);
+    Variant dirty(value);  // the bytes behind the number do not count
+    std::memset(reinterpret_cast<char*>(&dirty) + kPayloadAt + sizeof(T), 0xEE, 8 - sizeof(T));
+    EXPECT_TRUE(made == dirty && dirty == made && toBin(dirty) == toBin(made));
+    for (const Variant& each : {made, dirty}) {
+      expectReads(each, static_cast<int>(bits), static_cast<unsigned>(bits), wide, bits);
+      EXPECT_EQ(each.operator double(), isSigned ? double(wide) : double(bits));
+      EXPECT_EQ(each.operator bool(), bits != 0);
+      EXPECT_EQ(json(each), isSigned ? std::to_string(wide) : std::to_string(bits));
+    }
+    dirty.Compact();
+    EXPECT_EQ(dirty, made);
   }
 }
 
@@ -194,6 +210,31 @@ TEST(Value, TakesWhatLivesInsideIt) {
                 R"({"a":1,"t":null} => {"a":1,"t":{"a":"1","t":"null"}})");
   expectChanges([](V v) { v["a"].Stringify(v, true, true); },       R"({"a":[1]} => {"0":"1"})");
   // clang-format on
+}
+
+TEST(Value, DamagedOnesDoNoHarm) {
+  Variant damaged, tree = parsed(R"({"a":1,"b":[]})");
+  for (const unsigned type : {0x8002u, 0xC00Fu, 0xE003u, 0x18003u}) {  // no such types
+    forge(damaged, type, 1);
+    EXPECT_FALSE(damaged == damaged || damaged == 1 || damaged == true || damaged) << type;
+    EXPECT_EQ(damaged.GetBinRequiredLength(), 0u) << type;
+  }
+  for (const unsigned type : {V_TIMESTAMP, V_STRING, V_BINARY, V_MAP, V_TYPED_MAP}) {  // no record
+    forge(tree["a"], type);
+    forge(tree["b"][-1], type);
+    tree["a"].Free();
+    EXPECT_EQ(json(tree["a"]), "null");
+  }
+  forge(damaged, 0x11010);
+  EXPECT_TRUE(damaged != V_MAP && find(damaged, "a") == nullptr && !valueAs<int>(damaged));
+  EXPECT_STREQ(Variant::VariantTypeToString(damaged), "unknown");
+  EXPECT_EQ(damaged.ToInternalAMF(nullptr, 0), 0u);
+  EXPECT_EQ(takeMessages(), Messages{"src/variant_amf ToInternalAMF 3: variant type not supported "
+                                     "by AMF serializer: unknown Ignoring it"});
+  forge(damaged, V_BOOL, ~U64{0} << 8);  // only the first byte counts
+  if (std::endian::native == std::endian::big) forge(damaged, V_BOOL, ~U64{0} >> 8);
+  EXPECT_TRUE(!damaged && damaged == false && damaged == Variant(false) &&
+              json(damaged) == "false");
 }
 
 TEST(Value, DoublesTruncateAndSaturate) {

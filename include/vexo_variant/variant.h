@@ -448,8 +448,8 @@ class VEXO_VARIANT_API Variant {
   /// string key is overwritten) and clears the array flag; with `stringifyValues` turns every
   /// scalar reached through string keys into its text. With both, that happens at every depth; the
   /// keys alone change at the top only, and the values alone leave integer-keyed members as they
-  /// are. A base64 encoder that fails is a contract violation: "base64 operation failed". Linear
-  /// time.
+  /// are. Buffers below a member that gets a string key own their bytes afterwards, as in a copy. A
+  /// base64 encoder that fails is a contract violation: "base64 operation failed". Linear time.
   Variant& Stringify(bool stringifyKeys, bool stringifyValues);
   /// Does the same to a copy in `target`, and returns `target`.
   Variant& Stringify(Variant& target, bool stringifyKeys, bool stringifyValues) const;

@@ -18,7 +18,8 @@ namespace vexo::parsers::toml {
 /// of its dotted parts, leaveKey. A key/value pair is enterKeyValue, a key, a value, leaveKeyValue.
 /// The header of a table (of an array of tables) is enterStdTable (enterArrayTable), a key,
 /// leaveStdTable (leaveArrayTable); the pairs of the table follow. A value is one visit, or
-/// enterArray, values, leaveArray, or enterInlineTable, pairs, leaveInlineTable.
+/// enterArray, values, leaveArray, or enterInlineTable, pairs, leaveInlineTable. In any other order
+/// the library reads no tree.
 class ITomlTreeVisitor {
  public:
   virtual ~ITomlTreeVisitor() = default;
