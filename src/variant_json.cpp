@@ -16,8 +16,9 @@ constexpr std::size_t kMaxLength = std::numeric_limits<std::int32_t>::max();
 
 /// Replaces the value by what the text holds.
 int readText(JsonCursor& cursor, Variant& target) {
+  JsonReader reader(cursor, target);
   const Variant old(std::move(target));  // the text may be a part of it
-  return JsonReader(cursor, target).readText() ? static_cast<int>(cursor.position()) : -1;
+  return reader.readText() ? static_cast<int>(cursor.position()) : -1;
 }
 
 }  // namespace
