@@ -89,6 +89,4 @@ Held holdMarkedText(std::string_view text) {
   return holdText(text);
 }
 
-void assignText(Variant& target, std::string_view text) { replace(target, holdMarkedText(text)); }
-
 }  // namespace vexo::variant

@@ -29,9 +29,7 @@ bool appendBase64(const VariantBuffer& buffer, TextSink& output);
 /// string, or marker and base64. False when a buffer cannot be encoded; other types add nothing.
 bool appendScalarText(const Variant& value, TextSink& output);
 
-/// Gives `target` the value that a quoted text stands for: a buffer, a timestamp or a string.
-void assignText(Variant& target, std::string_view text);
-/// The same as a record of its own.
+/// The value that a quoted text stands for: a buffer, a timestamp or a string.
 Held holdMarkedText(std::string_view text);
 
 }  // namespace vexo::variant

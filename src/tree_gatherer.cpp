@@ -23,10 +23,10 @@ namespace vexo::variant {
   return true;
 }
 
-/// Where to look for the last object of a kind: with the same first name and as many names.
-std::size_t TreeGatherer::kindOf(const Name& first, std::size_t count) {
+/// What is remembered of the last object with the same first name and as many names.
+TreeGatherer::LastOrder& TreeGatherer::lastOrderOf(const Name& first, std::size_t count) {
   constexpr std::uint64_t kSpread = 0x9E3779B97F4A7C15;
-  return static_cast<std::size_t>(((first.order ^ count) * kSpread) >> (64 - kLastOrderBits));
+  return lastOrders_[((first.order ^ count) * kSpread) >> (64 - kLastOrderBits)];
 }
 
 /// Finds the order of the object's names; false when one is repeated. Objects of a kind mostly give
@@ -37,7 +37,7 @@ bool TreeGatherer::orderNames(const Container& object) {
   const std::size_t count = names_.size() - object.firstName;
   order_.truncate(0);
   if (count == 0) return true;
-  LastOrder& last = lastOrders_[kindOf(names[0], count)];
+  LastOrder& last = lastOrderOf(names[0], count);
   std::uint32_t* const order = order_.pushMany(count);
   if (last.count == count) {
     std::copy_n(last.places, count, order);
@@ -95,7 +95,7 @@ void TreeGatherer::moveTo(Variant& member, std::size_t value) {
   values_[value] = Held{};
 }
 
-Held TreeGatherer::take() {
+Held TreeGatherer::result() {
   const Held value = values_.top();
   values_.pop();
   return value;

@@ -50,8 +50,8 @@ class TreeGatherer {
     value = make();
   }
 
-  /// The finished value.
-  Held take();
+  /// The finished value, which the caller owns.
+  Held result();
 
  private:
   struct Container {
@@ -86,7 +86,7 @@ class TreeGatherer {
   };
   static constexpr unsigned kLastOrderBits = 5;
 
-  static std::size_t kindOf(const Name& first, std::size_t count);
+  LastOrder& lastOrderOf(const Name& first, std::size_t count);
   bool orderNames(const Container& object);
   bool sortNames(const Name* names, LastOrder& last);
   bool isAscending(const Name* names) const;
@@ -101,7 +101,7 @@ class TreeGatherer {
   PodStack<Container, 16> open_;
   std::forward_list<std::string> keptTexts_;
   PodStack<std::uint32_t, LastOrder::kMost> order_;  // the places of names, ascending by name
-  LastOrder lastOrders_[1 << kLastOrderBits];        // by kindOf()
+  LastOrder lastOrders_[1 << kLastOrderBits];        // by lastOrderOf()
 };
 
 }  // namespace vexo::variant

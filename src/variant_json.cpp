@@ -1,10 +1,9 @@
 // JSON, both directions.
 #include <limits>
 
-#include "json_builders.h"
-#include "json_parser.h"
+#include "json_cursor.h"
+#include "json_reader.h"
 #include "json_writer.h"
-#include "text_cursor.h"
 #include "variant_access.h"
 #include "vexo_utils/file.h"
 #include "vexo_variant/text_error.h"
@@ -15,46 +14,11 @@ namespace {
 
 constexpr std::size_t kMaxLength = std::numeric_limits<std::int32_t>::max();
 
-/// Reads one value, and the gap behind it if so told.
-template <class Builder>
-bool readWith(Builder& builder, TextCursor& cursor, bool withGap) {
-  TextCursor::Scratch scratch;
-  JsonParser<Builder> parser(cursor, builder, scratch);
-  const bool done = parser.parse(withGap);
-  cursor = parser.cursor();
-  return done;
-}
-
-/// The fast way, which fails without a trace: `target` must be null.
-[[gnu::flatten]] bool readGathering(TextCursor& cursor, Variant& target, bool wholeText) {
-  GatheringJsonBuilder builder(wholeText);
-  if (!readWith(builder, cursor, wholeText)) return false;
-  put(target, builder.take());
-  return true;
-}
-
-bool readDirectly(TextCursor& cursor, Variant& target, bool wholeText) {
-  DirectJsonBuilder builder(target);
-  if (!readWith(builder, cursor, wholeText)) return false;
-  if (wholeText) target.Compact();
-  return true;
-}
-
-/// A whole text is followed by a gap and becomes compact. `cursor` tells how far the reading came.
-int read(TextCursor& cursor, Variant& target, bool wholeText) {
-  TextCursor ahead = cursor;
-  if (target == V_NULL && readGathering(ahead, target, wholeText)) {
-    cursor = ahead;
-  } else if (!readDirectly(cursor, target, wholeText)) {
-    return -1;
-  }
-  return static_cast<int>(cursor.position());
-}
-
 /// Replaces the value by what the text holds.
-int readText(TextCursor& cursor, Variant& target) {
+int readText(JsonCursor& cursor, Variant& target) {
+  JsonReader reader(cursor, target);
   const Variant old(std::move(target));  // the text may be a part of it
-  return read(cursor, target, true);
+  return reader.readText() ? static_cast<int>(cursor.position()) : -1;
 }
 
 }  // namespace
@@ -82,7 +46,7 @@ bool Variant::ToJSONFile(const std::string& path, bool pretty) const {
 
 int Variant::FromJSON(const char* data, unsigned int length) {
   if (length > kMaxLength) return -1;
-  TextCursor cursor(data, length);
+  JsonCursor cursor(data, length);
   return readText(cursor, *this);
 }
 
@@ -103,8 +67,8 @@ bool Variant::FromJSONFile(const std::string& path) {
 
 int readJson(const char* data, unsigned int length, Variant& target) {
   if (length > kMaxLength) return -1;
-  TextCursor cursor(data, length);
-  return read(cursor, target, false);
+  JsonCursor cursor(data, length);
+  return JsonReader(cursor, target).readValue() ? static_cast<int>(cursor.position()) : -1;
 }
 
 int readJsonObject(const char* data, unsigned int length, Variant& target) {
@@ -117,7 +81,7 @@ int readJsonText(const char* data, unsigned int length, Variant& target, TextErr
     error = {{}, "expected a text of less than 2 GiB"};
     return -1;
   }
-  TextCursor cursor(data, length);
+  JsonCursor cursor(data, length);
   const int result = readText(cursor, target);
   if (result < 0) error = {locateText(data, length, cursor.errorOffset()), cursor.reason()};
   return result;

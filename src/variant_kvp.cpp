@@ -289,7 +289,7 @@ class GatheringKvpBuilder {
   bool finish(Variant& root) {
     if (tree_.depth() > 0) {
       if (!closeTo(0) || !tree_.close()) return false;
-      put(root, tree_.take());
+      put(root, tree_.result());
     }
     for (const InvalidLine& line : invalidLines_) line.report();
     return true;

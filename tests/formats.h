@@ -117,7 +117,7 @@ inline std::vector<Repetition> hungryInputs() {
       BIN => 1010 00 8FFFFFFF7F => 01 8001   JSON => => [   JSON => => [ => => ]
       JSON => [ => 1, => ]   JSON => [ => "" => ]   JSON => [ => [] => ]   JSON => [ => [{}] => ]
       JSON => [ => [[], => ]   JSON => [ => "b64:" => ]   JSON => => {"a":   JSON => => {"1":
-      JSON => => {"1":0"0":   JSON => { => "":1 => }   JSON => { => "\t":1 => }
+      JSON => => {"1":0"0":   JSON => => {"a":0"a":   JSON => { => "":1 => }   JSON => { => "\t":1 => }
       KVP => => . => =1   KVP => => 0. => =1   KVP => => a. => =1   KVP => => =^   KVP => => ^
       KVP => => x   TOML => a= => [ => => ]   TOML => a= => {a= => 1 => }   TOML => a => .a => =1
       TOML => a=[ => [], => ]   TOML => a=[ => {}, => ]   TOML => a=[ => '', => ]

@@ -206,7 +206,14 @@ TEST(JsonReader, RepeatedNamesMeetInOneMember) {
       {"a":{"7":1},"a":[2]} => {'a':{7:1,8:2}}   {"a":[1],"a":{"x":2}} => {'a':[1,'x':2]}
       {"a":{"9223372036854775807":1},"a":[ 2]} => 1:38: no key is left for another element => )"
                 R"({'a':{9223372036854775807:UINT64 1}}
-      {"a":1,"a":"x","b":? => -1 => {'a':"x",'b':null})");
+      {"a":1,"a":"x","b":? => -1 => {'a':"x",'b':null}
+      {"x":{"a":{"10":0}},"x":{"a":{"7":1},"a":[2]}} => {'x':{'a':{7:1,10:0,11:2}}}
+      {"a":{"b":1},"a":5,"a":{"c":2}} => {'a':{'c':2}}
+      [{"a":[1],"a":[2]},{"b":3,"b":{}},{"c":4}] => [{'a':[1,2]},{'b':{}},{'c':4}]
+      [{"a":1,"a":2},{"b":[3,{"c":4,"c":{"d": => -1 => [{'a':UINT64 2},)"
+                R"({'b':[UINT64 3,{'c':{'d':null}}]}]
+      {"a":{"9223372036854775807":1},"a":[2],? => 1:37: no key is left for another element => )"
+                R"({'a':{9223372036854775807:UINT64 1}})");
 }
 
 TEST(JsonReader, ReadsIntoWhatIsThere) {
@@ -216,6 +223,8 @@ TEST(JsonReader, ReadsIntoWhatIsThere) {
       "s" => [7] => 3 => [UINT64 7]   "s" => {"a":7} => 7 => {'a':UINT64 7}
       {"a":{"b":1}} => {"a":{"c":2.0,"b":null}} => 24 => {'a':{'b':1,'c':INT64 2}}
       [1] => [2,[3 ? => -1 => [1,UINT64 2,[UINT64 3,null]]   5 => [ => -1 => 5
+      {"a":[1]} => {"b":{"c":7,"c":8},"a":[{"d":9}]} => 33 => )"
+                               R"({'a':[1,{'d':UINT64 9}],'b':{'c':UINT64 8}}
       5 => [? => -1 => [null]   5 => { => -1 => 5)")) {
     const std::string& text = row[1];
     for (const auto reader : {readJson, readJsonObject}) {

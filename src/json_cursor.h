@@ -1,6 +1,6 @@
-// A place in a text, with what every text reader needs around it.
-#ifndef VEXO_VARIANT_SRC_TEXT_CURSOR_H
-#define VEXO_VARIANT_SRC_TEXT_CURSOR_H
+// A place in a JSON text, and the tokens of the dialect that is read.
+#ifndef VEXO_VARIANT_SRC_JSON_CURSOR_H
+#define VEXO_VARIANT_SRC_JSON_CURSOR_H
 
 #include <array>
 #include <cstddef>
@@ -20,12 +20,12 @@ namespace vexo::variant {
 /// None of its own functions that is called, rather than inlined, gets the address of the cursor,
 /// so that one that is a local variable can live in registers: what is rare is done by static
 /// functions.
-class TextCursor {
+class JsonCursor {
  public:
   /// Room for a string with escapes.
   using Scratch = PodStack<char, 256>;
 
-  TextCursor(const char* data, std::size_t length)
+  JsonCursor(const char* data, std::size_t length)
       : data_(data), here_(data), end_(data + length) {}
 
   bool atEnd() const { return here_ == end_; }
@@ -45,6 +45,33 @@ class TextCursor {
   bool skipGap() {
     if (!atEnd() && classOf(peek()) == kOther) return true;
     return follow(endOfGap(here_, end_));
+  }
+
+  /// Steps behind a value in a container: over a gap, and over a comma and the gap behind it, if
+  /// there is one.
+  bool skipComma() {
+    if (!at(',') && !skipGap()) return false;
+    if (!at(',')) return true;
+    advance();
+    return skipGap();
+  }
+
+  /// False when there is nothing left of an array.
+  bool findElement() { return !atEnd() || fail("expected ']' or an element"); }
+
+  /// As readQuoted.
+  bool readName(Scratch& scratch, std::string_view& name) {
+    if (!at('"')) return fail("expected '}' or a member name in double quotes");
+    return readQuoted(scratch, name);
+  }
+
+  /// Steps over the colon behind a name, and the gap in front of it.
+  bool skipColon() {
+    if (!at(':') && !skipGap()) return false;
+    if (!at(':')) return fail("expected ':' after member name");
+    advance();
+    if (at(' ')) advance();  // mostly that is the whole gap
+    return true;
   }
 
   /// Reads the string whose opening quote is here. The text is a part of the input, or, where it
