@@ -22,8 +22,12 @@ using namespace vexo::variant;
 /// The bytes that a text in the notation stands for.
 std::string plain(std::string text) {
   text = replaced(replaced(replaced(replaced(text, "␊", "\n"), "␍", "\r"), "␉", "\t"), "␠", " ");
-  for (std::size_t i = 0; (i = text.find("‹")) != std::string::npos;)  // these have 3 bytes
-    text.replace(i, 8, 1, static_cast<char>(unhex(text.substr(i + 3, 2))[0]));
+  for (std::size_t i = 0; (i = text.find("‹")) != std::string::npos;) {  // these have 3 bytes
+    if (text[i + 4] == '*')
+      text.replace(i, 11, std::stoul(text.substr(i + 5, 3)), text[i + 3]);
+    else
+      text.replace(i, 8, 1, static_cast<char>(unhex(text.substr(i + 3, 2))[0]));
+  }
   return text;
 }
 
