@@ -105,7 +105,8 @@ bool Variant::operator==(const timeval& value) const noexcept {
   return type_ == V_TIMESTAMP && equalTimes(*payload_.timestamp, value);
 }
 bool Variant::operator==(const char* value) const noexcept {
-  return type_ == V_STRING && value != nullptr && *payload_.string == value;
+  if (value == nullptr) return type_ == V_NULL;
+  return type_ == V_STRING && *payload_.string == value;
 }
 bool Variant::operator==(const std::string& value) const noexcept {
   return type_ == V_STRING && *payload_.string == value;

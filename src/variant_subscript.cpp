@@ -35,16 +35,6 @@ const VariantMap& mapToSearch(const Variant& value) {
   return mapOf(value);
 }
 
-/// `name` is the key for the message.
-const Variant& memberOrViolation(const Variant& value, std::string_view key, const char* name) {
-  const StringMembers& members = mapToSearch(value).stringKeys;
-  const auto found = members.find(key);
-  if (found == members.end()) {
-    kLog.violation(kName, "Key not found in const variant: `%s`", name);
-  }
-  return found->second;
-}
-
 }  // namespace
 
 VariantMap& ensureMap(Variant& value) {
@@ -60,6 +50,17 @@ Variant& memberAt(Variant& value, std::int64_t key) {
 Variant& memberAt(Variant& value, std::string_view key) {
   if (!isMap(value)) return replaceByMap(value, &VariantMap::stringKeys, key);
   return mapOf(value).stringKeys.try_emplace(key).first->second;
+}
+
+Variant& Variant::memberNamed(std::string_view key) { return memberAt(*this, key); }
+
+const Variant& Variant::memberNamed(std::string_view key) const {
+  const StringMembers& members = mapToSearch(*this).stringKeys;
+  const auto found = members.find(key);
+  if (found == members.end()) {
+    kLog.violation(kName, "Key not found in const variant: `%s`", std::string(key).c_str());
+  }
+  return found->second;
 }
 
 Variant* appendMember(Variant& value) {
@@ -82,9 +83,7 @@ Variant& Variant::operator[](std::int64_t key) {
   return *member;
 }
 
-Variant& Variant::operator[](const std::string& key) {
-  return memberAt(*this, std::string_view(key));
-}
+Variant& Variant::operator[](const std::string& key) { return memberNamed(key); }
 
 Variant& Variant::operator[](const char* key) { return memberAt(*this, textOrViolation(key)); }
 
@@ -103,12 +102,10 @@ const Variant& Variant::operator[](std::int64_t key) const {
   return found->second;
 }
 
-const Variant& Variant::operator[](const std::string& key) const {
-  return memberOrViolation(*this, key, key.c_str());
-}
+const Variant& Variant::operator[](const std::string& key) const { return memberNamed(key); }
 
 const Variant& Variant::operator[](const char* key) const {
-  return memberOrViolation(*this, textOrViolation(key), key);
+  return memberNamed(textOrViolation(key));
 }
 
 const Variant& Variant::operator[](const Variant& key) const {

@@ -6,6 +6,7 @@
 namespace vexo::variant {
 namespace {
 
+using namespace std::literals;
 using namespace tests;
 
 TEST(Expressions, ComparisonIsByValueWhateverTheType) {
@@ -35,8 +36,31 @@ TEST(Expressions, TextComparesAsText) {
   EXPECT_TRUE("abc" == value && value == "abc" && "abd" != value && value != "abd");
   EXPECT_TRUE(pointer == value && value == writable && writable == value && value == array);
   EXPECT_TRUE(std::string("abc") == value && value != std::string("abc\0", 4) && whole != pointer);
-  EXPECT_FALSE("5" == Variant(5) || "" == Variant() || nullptr == value || Variant("0") == 0);
-  EXPECT_TRUE(Variant("") != nothing && Variant() != nothing && !(value == nothing));
+  EXPECT_FALSE("5" == Variant(5) || "" == Variant() || Variant("0") == 0);
+  // A null pointer is what it becomes when it is assigned.
+  EXPECT_TRUE(Variant() == nothing && nullptr == Variant() && value != nullptr && nothing != value);
+  EXPECT_TRUE(Variant("") != nothing && Variant(0) != nullptr && Variant(false) != nullptr);
+}
+
+TEST(Expressions, ViewsAreTakenWhole) {
+  constexpr std::string_view kText = "a\0a long text behind a zero"sv;
+  Variant value(kText);
+  EXPECT_TRUE(value == kText && kText == value && value != "a"sv && "a" != value);
+  EXPECT_EQ(std::string_view(value).size() + std::string(value).size(), 2 * kText.size());
+  value = std::string_view(value).substr(2);  // a part of itself
+  EXPECT_TRUE(value == "a long text behind a zero");
+  Variant map;
+  map[kText] = "x\0"sv;
+  const Variant& same = map;
+  const std::size_t allocations = allocationCount();
+  EXPECT_TRUE(&map[kText] == &same[kText] && allocationCount() == allocations);
+  EXPECT_TRUE(same[kText] == "x\0"sv && same[kText] != "x"sv &&
+              &map[std::string(kText)] == &map[kText]);
+  EXPECT_TRUE(map.HasKey(kText) && map.HasKey("A"sv.substr(0, 0)) == map.HasKey("a"));
+  EXPECT_TRUE(&map.GetValue(kText) == &map[kText] && map.RemoveValue(kText).KeysCount() == 0);
+  EXPECT_TRUE(map.FromJSON("[1]]"sv.substr(0, 3)) == 3 && map[0] == 1);
+  EXPECT_TRUE(map.FromKVP("a=12"sv.substr(0, 3), false, false, true) && map["a"] == 1);
+  EXPECT_TRUE(map.FromTOML("a=12"sv.substr(0, 3)) && map["a"] == 1);
 }
 
 TEST(Expressions, SubscriptsTakeEveryInteger) {

@@ -63,12 +63,13 @@ std::uint32_t readPart(V v, In in, std::size_t length) {
 const Operation kOperations[] = {
     {"make values",     0, [](V v, In) {
        std::uint8_t data[3] = {};
-       Variant string(kText), literal(kText.c_str()), time(timeval{});
+       Variant string(kText), literal(kText.c_str()), view(std::string_view{kText}), time(timeval{});
        Variant owned(data, 3, false), external(data, 3, true);
        BaseVariantContainer container;
        v.Free(), v.IsArray(true); }},
     {"assign a string", kNull, [](V v, In) { v = kText; }},
     {"assign C string", kNull, [](V v, In) { v = kText.c_str(); }},
+    {"assign a view",   kNull, [](V v, In) { v = std::string_view(kText); }},
     {"assign a time",   kNull, [](V v, In) { v = timeval{}; }},
     {"assign a tree",   kNull | kSame, [](V v, In in) { v = in.tree; }},
     {"assign a member", kNull, [](V v, In) { v = v["sub"]["x"]; }},

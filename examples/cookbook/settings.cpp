@@ -12,12 +12,12 @@ bool load(const std::string& path, Variant& settings) {
   std::ifstream file(path, std::ios::binary);
   const std::string text(std::istreambuf_iterator<char>(file), {});  // empty without a file
   TextError error;
-  const int end = readJsonText(text.data(), static_cast<unsigned>(text.size()), settings, error);
+  const int end = readJsonText(text, settings, error);
   if (end >= 0) {
     const auto rest = static_cast<std::size_t>(end);
     const bool isObject = settings == V_MAP && !settings.IsArray();
     if (isObject && rest == text.size()) return true;
-    error.position = locateText(text.data(), text.size(), isObject ? rest : 0);
+    error.position = locateText(text, isObject ? rest : 0);
     error.reason = isObject ? "expected end of text" : "expected an object";
   }
   std::cout << path << ':' << error.position.line << ':' << error.position.column << ": "
@@ -35,7 +35,7 @@ int main() {
   std::cout << "port " << port << (tls ? ", encrypted" : ", plain") << '\n';
 
   settings["server"]["port"] = port + 1;
-  settings.RemoveValue("old", true);
+  settings.RemoveValue("old");
   if (!settings.ToJSONFile("settings.json", true)) return 1;  // the file is as it was, then
   std::cout << std::ifstream("settings.json").rdbuf() << '\n';
 

@@ -1,7 +1,6 @@
 #include <vexo_variant/text_error.h>
 
 #include <iostream>
-#include <string_view>
 
 using namespace vexo::variant;
 
@@ -13,17 +12,10 @@ void report(const char* name, const TextError& error) {
 int main() {
   Variant value;
   TextError error;
-  const std::string_view json = "{\n  \"port\": 554,\n  \"host\" \"camera\"\n}\n";
-  if (readJsonText(json.data(), static_cast<unsigned>(json.size()), value, error) < 0) {
+  if (readJsonText("{\n  \"port\": 554,\n  \"host\" \"camera\"\n}\n", value, error) < 0) {
     report("camera.json", error);
   }
-  const std::string_view open = "{\"port\": 554} /* end";
-  if (readJsonText(open.data(), static_cast<unsigned>(open.size()), value, error) < 0) {
-    report("open.json", error);
-  }
-  const std::string_view kvp = "camera.port=554\ncamera.key=b64:AAH?\n";
-  if (!readKvpText(kvp.data(), static_cast<unsigned>(kvp.size()), false, false, true, value,
-                   error)) {
-    report("camera.kvp", error);
-  }
+  if (readJsonText("{\"port\": 554} /* end", value, error) < 0) report("open.json", error);
+  const char* const kvp = "camera.port=554\ncamera.key=b64:AAH?\n";
+  if (!readKvpText(kvp, false, false, true, value, error)) report("camera.kvp", error);
 }

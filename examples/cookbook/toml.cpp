@@ -8,7 +8,7 @@ using namespace vexo::variant;
 void load(const std::string& text) {
   Variant config;
   TextError error;
-  if (readTomlText(text.data(), static_cast<unsigned>(text.size()), config, error)) {
+  if (readTomlText(text, config, error)) {
     const auto first = valueOr(find(config, "network", "dns", 0), "none");
     std::cout << "first server: " << first << '\n';
   } else {

@@ -17,7 +17,7 @@ void tidy(Variant& root) {
       auto& [key, value] = *it++;  // before the member goes
       if (key == "password") value = "****";
       if (value == V_NULL) {
-        map.RemoveValue(std::string(key), true);
+        map.RemoveValue(key);
       } else {
         open.push_back(&value);
       }

@@ -31,8 +31,7 @@ namespace detail {
 
 template <class T>
 inline constexpr bool kIsExactNumber =
-    kIsOneOf<T, signed char, unsigned char, short, unsigned short, int, unsigned, long,
-             unsigned long, long long, unsigned long long, float, double>;
+    kIsNumber<T> && !kIsCharacter<T> && !std::is_same_v<T, long double>;
 
 template <class T>
 using IfReadable =
@@ -54,8 +53,8 @@ template <class Key>
 inline constexpr bool kIsIntegerKey = std::is_integral_v<Key>&& kIsNumber<Key>;
 
 template <class... Keys>
-inline constexpr bool kAreKeys = ((kIsIntegerKey<Keys> || std::is_same_v<Keys, KeyChain> ||
-                                   std::is_convertible_v<const Keys&, std::string_view>)&&...);
+inline constexpr bool kAreKeys = ((kIsIntegerKey<Keys> || kIsText<Keys> ||
+                                   std::is_same_v<Keys, KeyChain>)&&...);
 
 template <class... Keys>
 using IfKeys = std::enable_if_t<kAreKeys<Keys...>, int>;

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <cstdlib>
 #include <iterator>
 #include <limits>
 #include <memory>
@@ -18,6 +19,32 @@
 #include "vexo_variant/ordered_index.h"
 
 namespace vexo::variant {
+namespace detail {
+
+/// Throws; in a program that is built without exceptions, ends it.
+template <class Exception, class... Arguments>
+[[noreturn]] void raise(Arguments... arguments) {
+#ifdef __cpp_exceptions
+  throw Exception(arguments...);
+#else
+  (static_cast<void>(arguments), ...);
+  std::abort();
+#endif
+}
+
+/// Does `undo` at the end of its life, unless it was disarmed before.
+template <class Undo>
+struct Rollback {
+  ~Rollback() {
+    if (armed) undo();
+  }
+  const Undo undo;
+  bool armed = true;
+};
+template <class Undo>
+Rollback(Undo) -> Rollback<Undo>;
+
+}  // namespace detail
 
 /// An ordered map with the interface and the promises of `std::map`, made for members that mostly
 /// arrive in key order: keys are unique, iteration is ascending, and elements never move, so that
@@ -421,7 +448,7 @@ class MemberMap {
   }
 
   static std::uint32_t checkedSize(size_type count) {
-    if (count > kMaxSize) throw std::bad_alloc();
+    if (count > kMaxSize) detail::raise<std::bad_alloc>();
     return static_cast<std::uint32_t>(count);
   }
 
@@ -429,7 +456,7 @@ class MemberMap {
   __attribute__((noinline)) static Header* newBlock(std::uint32_t capacity) {
     static_assert(sizeof(Header) % alignof(value_type) == 0, "elements follow without a gap");
     if (capacity > std::numeric_limits<size_type>::max() / 2 / sizeof(value_type)) {
-      throw std::bad_alloc();
+      detail::raise<std::bad_alloc>();
     }
     return ::new (::operator new(sizeof(Header) + capacity * sizeof(value_type)))
         Header{0, capacity};
@@ -609,7 +636,7 @@ class MemberMap {
 
   value_type& existing(View key) const {
     value_type* const element = exact(key);
-    if (element == nullptr) throw std::out_of_range("MemberMap::at");
+    if (element == nullptr) detail::raise<std::out_of_range>("MemberMap::at");
     return *element;
   }
 
@@ -669,12 +696,9 @@ class MemberMap {
   }
 
   static void enterIndex(Spread& all, value_type* element, const Place& place) {
-    try {
-      all.index.insert(element, place);
-    } catch (...) {
-      element->~value_type();
-      throw;
-    }
+    detail::Rollback outOfMemory{[element] { element->~value_type(); }};
+    all.index.insert(element, place);
+    outOfMemory.armed = false;
   }
 
   /// Links a slot into the chain behind `previous` (kNone: as the first).
@@ -695,15 +719,12 @@ class MemberMap {
   static void makeIndex(Spread& all) {
     if (all.indexed()) return;
     all.links.resize(all.capacityOfBlocks());
-    try {
-      for (std::uint32_t i = 0; i < all.used; ++i) {
-        all.index.insert(all.at(i));
-        all.links[i] = {i == 0 ? kNone : i - 1, i + 1 == all.used ? kNone : i + 1};
-      }
-    } catch (...) {
-      all.index.clear();
-      throw;
+    detail::Rollback outOfMemory{[&all] { all.index.clear(); }};
+    for (std::uint32_t i = 0; i < all.used; ++i) {
+      all.index.insert(all.at(i));
+      all.links[i] = {i == 0 ? kNone : i - 1, i + 1 == all.used ? kNone : i + 1};
     }
+    outOfMemory.armed = false;
     all.firstSlot = 0;
     all.lastSlot = all.used - 1;
   }

@@ -7,7 +7,10 @@
 ///   at level 3 through `logInternal`, and ends the process through `forceCrash`; it never returns.
 ///   Bad input is never a contract violation: readers report it by their result.
 /// - `std::bad_alloc` passes through to the caller; nothing leaks then, and a value that was
-///   being changed is valid (null after a failed assignment).
+///   being changed is valid (null after a failed assignment). Code that is built without exceptions
+///   (`-fno-exceptions`) may include these headers and call the library, which throws all the same:
+///   where such code lies between the library and a handler, the exception runs no destructors
+///   there or ends the process. Whatever these headers throw by themselves aborts in such code.
 /// - Any number of threads may read one tree; a thread that changes a tree must have it to itself.
 /// - No operation's use of stack grows with the depth of a tree or of an input, and none depends on
 ///   the locale.
@@ -18,11 +21,15 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <initializer_list>
 #include <string>
-#include <type_traits>
+#include <string_view>
+#include <utility>
 
 #include "vexo_variant/config.h"
 #include "vexo_variant/member_map.h"
+#include "vexo_variant/refused_operators.h"
+#include "vexo_variant/variant_traits.h"
 
 #define VEXO_VARIANT_API __attribute__((visibility("default")))
 
@@ -67,102 +74,17 @@ using NumericMembers = MemberMap<std::int64_t, Variant>;
 /// The string-keyed members of a map, ascending byte-wise.
 using StringMembers = MemberMap<std::string, Variant>;
 
-namespace detail {
-
-template <class T, class... Ts>
-inline constexpr bool kIsOneOf = (std::is_same_v<T, Ts> || ...);
-
-template <class T>
-inline constexpr bool kIsFixedWidth =
-    kIsOneOf<T, std::int8_t, std::int16_t, std::int32_t, std::int64_t, std::uint8_t, std::uint16_t,
-             std::uint32_t, std::uint64_t>;
-
-template <class T>
-inline constexpr bool kIsNumber = std::is_arithmetic_v<T> && !std::is_same_v<T, bool> &&
-                                  (std::is_floating_point_v<T> || sizeof(T) <= 8);
-
-/// The arithmetic types that no documented overload names: whichever of `long` and `long long` is
-/// not `int64_t`, `float`, character types and so on.
-template <class T>
-using IfOtherNumber =
-    std::enable_if_t<kIsNumber<T> && !kIsFixedWidth<T> && !std::is_same_v<T, double>, int>;
-
-template <class T>
-using IfNarrowNumber =
-    std::enable_if_t<kIsNumber<T> && !kIsOneOf<T, std::int64_t, std::uint64_t, double>, int>;
-
-template <class T>
-using IfNarrowInteger =
-    std::enable_if_t<std::is_integral_v<T> && kIsNumber<T> && !std::is_same_v<T, std::int64_t>,
-                     int>;
-
-/// A pointer that must not turn into a bool: any but pointers to char.
-template <class T>
-using IfStrangePointer = std::enable_if_t<!kIsOneOf<T, char, const char>, int>;
-
-/// `char` and `wchar_t` count as signed everywhere, though their signedness differs by target.
-template <class T>
-inline constexpr bool kIsSigned = std::is_signed_v<T> || kIsOneOf<T, char, wchar_t>;
-
-template <std::size_t kSize, bool kSigned>
-struct IntegerOf;
-template <>
-struct IntegerOf<1, true> {
-  using Type = std::int8_t;
-};
-template <>
-struct IntegerOf<2, true> {
-  using Type = std::int16_t;
-};
-template <>
-struct IntegerOf<4, true> {
-  using Type = std::int32_t;
-};
-template <>
-struct IntegerOf<8, true> {
-  using Type = std::int64_t;
-};
-template <>
-struct IntegerOf<1, false> {
-  using Type = std::uint8_t;
-};
-template <>
-struct IntegerOf<2, false> {
-  using Type = std::uint16_t;
-};
-template <>
-struct IntegerOf<4, false> {
-  using Type = std::uint32_t;
-};
-template <>
-struct IntegerOf<8, false> {
-  using Type = std::uint64_t;
-};
-
-template <class T, bool kFloating = std::is_floating_point_v<T>>
-struct StoredAs : IntegerOf<sizeof(T), kIsSigned<T>> {};
-template <class T>
-struct StoredAs<T, true> {
-  using Type = double;
-};
-
-/// The documented type that stands for T, by width and signedness.
-template <class T>
-using Stored = typename StoredAs<T>::Type;
-
-/// The documented type in which a number of type T is compared.
-template <class T>
-using Compared = std::conditional_t<std::is_floating_point_v<T>, double,
-                                    std::conditional_t<kIsSigned<T>, std::int64_t, std::uint64_t>>;
-
-}  // namespace detail
-
 /// A dynamically typed value: null, a boolean, an integer of 8 to 64 bits, a double, a timestamp, a
 /// string, a byte buffer, or a map, whose members are values again.
 ///
 /// A map holds two independent sets of members at once, one with integer keys and one with string
 /// keys, and a flag that marks it as an array. A *typed map* also carries the name of its type.
 /// Below, "a map" means either kind, unless one is named.
+///
+/// Templates stand beside the overloads, so that a program means the same on every target:
+/// `IfOtherNumber`, `IfNarrowNumber` and `IfNarrowInteger` let in the arithmetic types that no
+/// overload names, `IfView` a `std::string_view` and nothing else that converts to one, `IfText`
+/// texts of any kind. What is deleted would become a number or a `bool` unasked.
 class VEXO_VARIANT_API Variant {
  public:
   // --- Life --------------------------------------------------------------------------------------
@@ -185,8 +107,14 @@ class VEXO_VARIANT_API Variant {
   ///@}
   /// A string up to the terminating zero byte. Throws `std::logic_error` for a null pointer.
   Variant(const char* value);
+  ///@{
   /// A string of all bytes of `value`, zero bytes included.
   Variant(const std::string& value);
+  template <class T, detail::IfView<T> = 0>
+  Variant(T value) : Variant(std::string()) {
+    payload_.string->assign(value);
+  }
+  ///@}
   /// A byte buffer. With `external` the bytes stay the caller's: nothing is copied, they must
   /// outlive every value that refers to them, and are never released. Without it `size` bytes are
   /// copied; `data` is not read when `size` is 0. Copies of the value always own their bytes.
@@ -208,6 +136,8 @@ class VEXO_VARIANT_API Variant {
   Variant(T C::*) = delete;
   /// A type code is not a value.
   Variant(VariantType) = delete;
+  /// Braces are no array: `{"a", "b"}` would be a string between two pointers.
+  Variant(detail::Braces) = delete;
 
   ///@{
   /// All assignments release the old payload and never reuse its record, except that assigning a
@@ -229,6 +159,11 @@ class VEXO_VARIANT_API Variant {
   /// A null pointer leaves null.
   Variant& operator=(const char* value);
   Variant& operator=(const std::string& value);
+  template <class T, detail::IfView<T> = 0>
+  Variant& operator=(T value) {
+    const Variant old(std::move(*this));  // `value` may be a part of it
+    return *this = Variant(value);
+  }
   template <class T, detail::IfOtherNumber<T> = 0>
   Variant& operator=(T value) noexcept {
     return *this = static_cast<detail::Stored<T>>(value);
@@ -238,6 +173,9 @@ class VEXO_VARIANT_API Variant {
   template <class T, class C>
   Variant& operator=(T C::*) = delete;
   Variant& operator=(VariantType) = delete;
+  Variant& operator=(std::initializer_list<Variant>) = delete;
+  template <class T>
+  Variant& operator=(std::initializer_list<T>) = delete;
   ///@}
 
   /// Releases the payload; the value is null afterwards. Needs no memory.
@@ -277,11 +215,21 @@ class VEXO_VARIANT_API Variant {
   operator const timeval&() const;
   operator const std::string&() const;
   operator const char*() const;
+  operator std::string_view() const { return this->operator const std::string&(); }
   operator const VariantMap*() const;
   operator const VariantBuffer*() const;
-  template <class T, detail::IfOtherNumber<T> = 0>
-  operator T() const {
-    return static_cast<T>(this->operator detail::Stored<T>());
+  /// Whichever of `long` and `long long` is not `std::int64_t`.
+  operator detail::OtherLong() const { return detail::Stored<detail::OtherLong>(*this); }
+  operator detail::OtherUnsignedLong() const {
+    return detail::Stored<detail::OtherUnsignedLong>(*this);
+  }
+  /// The value as this type.
+  operator float() const { return static_cast<float>(double(*this)); }
+  operator long double() const { return double(*this); }
+  /// Characters are read by a cast only, so that `std::string{value}` cannot be one of them.
+  template <class T, detail::IfCharacter<T> = 0>
+  explicit operator T() const {
+    return static_cast<T>(detail::Stored<T>(*this));
   }
   /// A set flag, a number that is not 0 (for doubles: any bit set, so -0.0 and NaN too); false for
   /// every other type.
@@ -305,7 +253,7 @@ class VEXO_VARIANT_API Variant {
   bool operator==(std::uint64_t value) const noexcept;
   bool operator==(double value) const noexcept;
   bool operator==(const timeval& value) const noexcept;
-  /// A null pointer equals nothing.
+  /// A null pointer equals null, which it becomes when it is assigned.
   bool operator==(const char* value) const noexcept;
   bool operator==(const std::string& value) const noexcept;
   bool operator==(const Variant& other) const;
@@ -325,6 +273,14 @@ class VEXO_VARIANT_API Variant {
     return *this == static_cast<detail::Compared<T>>(static_cast<detail::Stored<T>>(value));
   }
   template <class T, detail::IfNarrowNumber<T> = 0>
+  bool operator!=(T value) const noexcept {
+    return !(*this == value);
+  }
+  template <class T, detail::IfView<T> = 0>
+  bool operator==(T value) const noexcept {
+    return type_ == V_STRING && *payload_.string == value;
+  }
+  template <class T, detail::IfView<T> = 0>
   bool operator!=(T value) const noexcept {
     return !(*this == value);
   }
@@ -382,6 +338,14 @@ class VEXO_VARIANT_API Variant {
   const Variant& operator[](const Variant& key) const;
   Variant& operator[](char* key) { return (*this)[static_cast<const char*>(key)]; }
   const Variant& operator[](char* key) const { return (*this)[static_cast<const char*>(key)]; }
+  template <class T, detail::IfView<T> = 0>
+  Variant& operator[](T key) {
+    return memberNamed(key);
+  }
+  template <class T, detail::IfView<T> = 0>
+  const Variant& operator[](T key) const {
+    return memberNamed(key);
+  }
   template <class T, detail::IfNarrowInteger<T> = 0>
   Variant& operator[](T key) {
     return (*this)[static_cast<std::int64_t>(static_cast<detail::Stored<T>>(key))];
@@ -397,6 +361,8 @@ class VEXO_VARIANT_API Variant {
   /// Unless said otherwise these need a map; anything else is a contract violation: "Invalid
   /// state". With `caseSensitive` false the case of ASCII letters is ignored and the members are
   /// searched in byte order, so that upper-case spellings come first; that takes linear time.
+  /// Where the flag is left out it is true. A flag that is no `bool` does not compile: it may be
+  /// meant as a default (see valueOr()).
   /// @{
 
   /// The array flag; false for anything but a map.
@@ -407,16 +373,32 @@ class VEXO_VARIANT_API Variant {
   Variant& GetValue(const std::string& key, bool caseSensitive);
   /// The same; a null key is a contract violation: "Invalid subscript operator parameter".
   Variant& GetValue(const char* key, bool caseSensitive);
+  template <class T, detail::IfText<T> = 0>
+  Variant& GetValue(const T& key, bool caseSensitive = true) {
+    return GetValue(detail::KeyFrom<T>(key), caseSensitive);
+  }
   /// The same as the subscript, for a map.
   Variant& GetValue(std::int64_t key);
+  template <class Key, class... Flag, detail::IfMistaken<Key, Flag...> = 0>
+  Variant& GetValue(const Key&, Flag...) = delete;
   /// False for anything but a map.
   bool HasKey(std::int64_t key) const noexcept;
   /// A key of the form "[5]" asks for the integer key (decimal, 0x hexadecimal, 0 octal; 0 without
   /// digits) and never for a string key of that spelling.
   bool HasKey(const std::string& key, bool caseSensitive) const noexcept;
+  template <class T, detail::IfText<T> = 0>
+  bool HasKey(const T& key, bool caseSensitive = true) const {
+    return HasKey(detail::StringFrom<T>(key), caseSensitive);
+  }
+  template <class Key, class... Flag, detail::IfMistaken<Key, Flag...> = 0>
+  bool HasKey(const Key&, Flag...) const = delete;
   /// Whether an array holds this string; false for anything but an array. A member before it that
   /// is not a string is a contract violation.
   bool HasStrArrayMember(const std::string& value, bool caseSensitive) const;
+  template <class T, detail::IfText<T> = 0>
+  bool HasStrArrayMember(const T& value, bool caseSensitive = true) const {
+    return HasStrArrayMember(detail::StringFrom<T>(value), caseSensitive);
+  }
   /// The number of members with string keys.
   std::size_t StringKeysCount() const;
   /// The number of members with integer keys.
@@ -435,6 +417,12 @@ class VEXO_VARIANT_API Variant {
   Variant& RemoveValue(const std::string& key, bool caseSensitive);
   /// The same; a null key removes nothing.
   Variant& RemoveValue(const char* key, bool caseSensitive);
+  template <class T, detail::IfText<T> = 0>
+  Variant& RemoveValue(const T& key, bool caseSensitive = true) {
+    return RemoveValue(detail::KeyFrom<T>(key), caseSensitive);
+  }
+  template <class Key, class... Flag, detail::IfMistaken<Key, Flag...> = 0>
+  Variant& RemoveValue(const Key&, Flag...) = delete;
   /// @}
 
   // --- Whole trees -------------------------------------------------------------------------------
@@ -478,6 +466,14 @@ class VEXO_VARIANT_API Variant {
   const Variant* GetKeyChain(VariantType type, const std::string& path, bool caseSensitive) const;
   /// The same.
   Variant* GetKeyChain(VariantType type, const std::string& path, bool caseSensitive);
+  template <class T, detail::IfView<T> = 0>
+  const Variant* GetKeyChain(VariantType type, T path, bool caseSensitive) const {
+    return GetKeyChain(type, std::string(path), caseSensitive);
+  }
+  template <class T, detail::IfView<T> = 0>
+  Variant* GetKeyChain(VariantType type, T path, bool caseSensitive) {
+    return GetKeyChain(type, std::string(path), caseSensitive);
+  }
   /// @}
 
   // --- Validators --------------------------------------------------------------------------------
@@ -492,6 +488,9 @@ class VEXO_VARIANT_API Variant {
   /// Returns the member.
   Variant& PreValidate(const char* key, VariantType type, bool caseSensitive,
                        const Variant& defaultValue);
+  /// The flag comes before the default here.
+  template <class Flag, detail::IfNoFlag<Flag> = 0>
+  Variant& PreValidate(const char* key, VariantType type, Flag, const Variant&) = delete;
   /// A number, clamped into the range (as a double where it had to be).
   Variant& ValidateNumeric(const char* key, double minValue, double maxValue, double defaultValue,
                            bool caseSensitive);
@@ -560,6 +559,10 @@ class VEXO_VARIANT_API Variant {
   int FromJSON(const char* data, unsigned int length);
   /// The same.
   int FromJSON(const std::string& text);
+  template <class T, detail::IfView<T> = 0>
+  int FromJSON(T text) {
+    return FromJSON(text.data(), detail::lengthOf(text));
+  }
   /// False when the file cannot be read, with the value null, or does not begin with a value. Text
   /// behind the value is ignored.
   bool FromJSONFile(const std::string& path);
@@ -602,6 +605,14 @@ class VEXO_VARIANT_API Variant {
   /// The same.
   bool FromKVP(const char* data, unsigned int length, bool numericKeysAsStrings,
                bool valuesAsStrings, bool splitKeys);
+  template <class T, detail::IfView<T> = 0>
+  bool FromKVP(T text, bool numericKeysAsStrings, bool valuesAsStrings, bool splitKeys) {
+    const unsigned int length = detail::lengthOf(text);
+    if (length < text.size()) {
+      return FromKVP(std::string(text), numericKeysAsStrings, valuesAsStrings, splitKeys);
+    }
+    return FromKVP(text.data(), length, numericKeysAsStrings, valuesAsStrings, splitKeys);
+  }
   /// False also when the file cannot be read, with the value null.
   bool FromKVPFile(const std::string& path, bool numericKeysAsStrings, bool valuesAsStrings,
                    bool splitKeys);
@@ -654,11 +665,19 @@ class VEXO_VARIANT_API Variant {
   bool FromTOML(const std::string& text);
   /// The same.
   bool FromTOML(const char* data, unsigned int length);
+  template <class T, detail::IfView<T> = 0>
+  bool FromTOML(T text) {
+    return FromTOML(std::string(text));
+  }
   /// The same for a file; also false when it cannot be read ("Failed to parse TOML file").
   bool FromTOMLFile(const std::string& path);
   /// @}
 
  private:
+  // The subscripts, which take views as they are.
+  Variant& memberNamed(std::string_view key);
+  const Variant& memberNamed(std::string_view key) const;
+
   friend struct VariantAccess;  // the library's own view of type and payload
 
   union Payload {
@@ -714,22 +733,6 @@ class VEXO_VARIANT_API BaseVariantContainer : public Variant {
 
 // C++20 turns `5 == v` into `v == 5` by itself, but newer compilers not where the class has a `!=`
 // too; then conversions of `v` would compare, for a string its address.
-namespace detail {
-
-/// The right side must be a value, not something that could become one.
-template <class V>
-using IfVariant = std::enable_if_t<std::is_base_of_v<Variant, V>, int>;
-
-/// What may stand to the left of `== variant`.
-template <class T>
-using IfComparable =
-    std::enable_if_t<std::is_arithmetic_v<T> || kIsOneOf<T, VariantType, std::string, timeval> ||
-                         (std::is_convertible_v<const T&, const char*> &&
-                          !std::is_base_of_v<Variant, T>),
-                     int>;
-
-}  // namespace detail
-
 ///@{
 /// The comparison of the class, with the value on the right.
 template <class T, class V, detail::IfVariant<V> = 0, detail::IfComparable<T> = 0>
