@@ -60,7 +60,7 @@ TEST(Expressions, ViewsAreTakenWhole) {
   EXPECT_TRUE(&map.GetValue(kText) == &map[kText] && map.RemoveValue(kText).KeysCount() == 0);
   EXPECT_TRUE(map.FromJSON("[1]]"sv.substr(0, 3)) == 3 && map[0] == 1);
   EXPECT_TRUE(map.FromKVP("a=12"sv.substr(0, 3), false, false, true) && map["a"] == 1);
-  EXPECT_TRUE(map.FromTOML("a=12"sv.substr(0, 3)) && map["a"] == 1);
+  EXPECT_TRUE(map.FromTOML("a = 12"sv.substr(0, 5)) && map["a"] == 1);
 }
 
 TEST(Expressions, SubscriptsTakeEveryInteger) {

@@ -71,9 +71,10 @@ void refuseMisleadingChain(const std::string& chain) {
     const std::size_t end = std::min(chain.find('/', start), chain.size());
     const IndexFault fault = faultOf(chain.substr(start, end - start));
     if (fault.what != nullptr) {
-      std::string meant = fault.meant;
-      if (!meant.empty()) meant = chain.substr(0, start) + meant + chain.substr(end);
-      throw Failure(kUsage, std::string(fault.what) + ": " + chain + didYouMean(meant));
+      std::string meant = chain;
+      meant.replace(start, end - start, fault.meant);
+      throw Failure(kUsage, std::string(fault.what) + ": " + chain +
+                                didYouMean(fault.meant.empty() ? fault.meant : meant));
     }
     start = end + 1;
   }

@@ -110,7 +110,7 @@ using Argument = std::vector<std::string>::iterator;
 /// The first argument that is neither an option nor the value of one; the end where none comes
 /// before "--".
 Argument firstWord(const CLI::App& app, Argument begin, Argument end) {
-  for (Argument i = begin; i != end; ++i) {
+  for (auto i = begin; i != end; ++i) {
     if (*i == "--") break;
     if (!isOption(*i)) return i;
     if (takesNext(app, *i) && ++i == end) break;
@@ -143,7 +143,7 @@ void keepBrackets(std::vector<std::string>& arguments) {
 /// Puts the command word in front of its options, which may come first, or adds it. False when none
 /// was given.
 bool putCommandFirst(const CLI::App& app, std::vector<std::string>& arguments) {
-  const Argument word = firstWord(app, arguments.begin(), arguments.end());
+  const auto word = firstWord(app, arguments.begin(), arguments.end());
   const Command* command = word == arguments.end() ? nullptr : commandNamed(*word);
   if (command == nullptr) {
     if (!asksAboutProgram(arguments)) {
@@ -187,9 +187,9 @@ std::string explainOption(const CLI::App& app, const CLI::App& command, const st
   const std::string alias = equivalentOption(name);
   const std::string& known = alias.empty() ? name : alias;
   const std::string others = commandsWith(app, name);
-  const std::string fault =
-      others.empty() ? "unknown option " + name
-                     : name + " is no option of " + command.get_name() + ", but of " + others;
+  std::string fault = others.empty()
+                          ? "unknown option " + name
+                          : name + " is no option of " + command.get_name() + ", but of " + others;
   if (hasOption(app, meant.command, known)) return fault + didYouMean(meant, known);
   if (!others.empty()) return fault;
   if (hasOption(app, command.get_name(), alias)) return fault + didYouMean(alias);

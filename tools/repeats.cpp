@@ -1,9 +1,9 @@
 #include "repeats.h"
 
 #include <algorithm>
-#include <compare>
 #include <map>
 #include <set>
+#include <tuple>
 #include <utility>
 
 #include "vexo_parsers/toml.h"
@@ -22,7 +22,12 @@ struct Name {
   std::size_t offset;
   std::size_t length;  // in the text
 
-  auto operator<=>(const Name&) const = default;
+  bool operator==(const Name& other) const {
+    return key == other.key && isInteger == other.isInteger;
+  }
+  bool operator<(const Name& other) const {
+    return std::tie(key, isInteger, offset) < std::tie(other.key, other.isInteger, other.offset);
+  }
 };
 
 /// Adds those of the names from `first` on that an earlier one equals, and drops these names.
@@ -31,7 +36,7 @@ void takeRepeats(std::string_view text, std::vector<Name>& names, std::size_t fi
   const auto begin = names.begin() + static_cast<std::ptrdiff_t>(first);
   std::sort(begin, names.end());
   for (auto i = begin; i != names.end(); ++i) {
-    if (i == begin || i->key != i[-1].key || i->isInteger != i[-1].isInteger) continue;
+    if (i == begin || !(*i == i[-1])) continue;
     repeats.push_back({i->offset, text.substr(i->offset, i->length)});
   }
   names.erase(begin, names.end());
